@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#elif !defined(__aarch64__)
+#error "FlushToZero has no variant for this processor yet"
+#endif
+
+// Results too small to be normal become 0 on this thread from here to the end of the scope, so that
+// decaying filters never run in slow subnormal arithmetic. Afterwards the caller's floating-point state is
+// back: control bits and exception flags. Rounding, and on x86 the treatment of subnormal inputs, stay as
+// the caller has them; AArch64 has one bit for results and inputs.
+class FlushToZero
+{
+public:
+    FlushToZero() noexcept : saved(read()) { write({saved.control | kFlushResults, saved.flags}); }
+    FlushToZero(const FlushToZero&) = delete;
+    FlushToZero& operator=(const FlushToZero&) = delete;
+    ~FlushToZero() { write(saved); }
+
+private:
+#if defined(__SSE2__)
+    struct State {
+        std::uint32_t control;  // MXCSR, which holds the flags too
+        std::uint32_t flags;
+    };
+    static constexpr std::uint32_t kFlushResults = 1u << 15;  // FTZ
+
+    static State read() noexcept
+    {
+        return {_mm_getcsr(), 0};
+    }
+    static void write(State state) noexcept
+    {
+        _mm_setcsr(state.control);
+    }
+#else
+    struct State {
+        std::uint64_t control;  // FPCR
+        std::uint64_t flags;    // FPSR
+    };
+    static constexpr std::uint64_t kFlushResults = std::uint64_t{1} << 24;  // FZ
+
+    static State read() noexcept
+    {
+        State state{};
+        asm volatile("mrs %0, fpcr\n\tmrs %1, fpsr" : "=r"(state.control), "=r"(state.flags)::"memory");
+        return state;
+    }
+    static void write(State state) noexcept
+    {
+        asm volatile("msr fpcr, %0\n\tmsr fpsr, %1" ::"r"(state.control), "r"(state.flags) : "memory");
+    }
+#endif
+
+    const State saved;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+// Maps a normalised parameter value p onto a working range, in single precision.
+//
+// The curve is shaped upward from the smaller of its end values: with x = p, or 1 - p where the range
+// falls, the result is low + f(x) (high - low), where by mode
+//
+//     0 power law    f = offset + scale (x - center)^exponent     (powers in double precision)
+//     1 fixed power  f = x^sqrt(2)
+//     2 S-curve      f = (atan(2 (x - center) scale) + atan(scale)) / (2 atan(scale))
+//     3 polynomial   f = coefs[0] x^(n-1) + ... + coefs[n-1],  n = coefCount, at least 1
+//     other          f = x
+//
+// p lies in 0 .. 1 but is not limited; where f leaves the real numbers the result is not-a-number.
+struct ParamCurve {
+    // Audio thread: no side effects.
+    double map(float p) const noexcept;
+
+    std::unique_ptr<float[]> coefs;  // highest power first; null but in mode 3
+    std::int32_t mode = 0;
+    double valueAtOne = 1.0;   // result for p = 1
+    double valueAtZero = 0.0;  // result for p = 0
+    float scale = 1.0f;
+    float center = 0.0f;
+    float offset = 0.0f;
+    float exponent = 1.0f;
+    std::int32_t coefCount = 0;
+
+private:
+    float shape(float x) const noexcept;
+};

@@ -1,0 +1,55 @@
+#include "effect/Wail.h"
+
+#include "host/CopyText.h"
+#include "host/PluginFactory.h"
+
+#include <new>
+
+AudioEffect* createPluginFilter(audioMasterCallback audioMaster)
+{
+    return new (std::nothrow) Wail(audioMaster);
+}
+
+Wail::Wail(audioMasterCallback callback)
+    : K_TypeBase(callback, kNumPrograms, kNumParams), programs(new WailProgram[kNumPrograms])
+{
+    Wail::setProgram(0);
+    setUniqueID(fourCharacterCode("WAIL"));
+    setNumInputs(1);
+    setNumOutputs(1);
+    canDoubleReplacing(true);
+}
+
+Wail::~Wail()
+{
+    programs.reset();
+    delayLine.reset();
+    detectorShelf.reset();
+    detectorHighpass.reset();
+    envelopeSmoother.reset();
+    senseCurve.reset();
+    rangeCurve.reset();
+    envelopeCurve.reset();
+    resoCurve.reset();
+    dryCurve.reset();
+    wetCurve.reset();
+    onOffSwitch.reset();
+    onOffRamp.reset();
+    invertSwitch.reset();
+    invertRamp.reset();
+}
+
+bool Wail::getEffectName(char* name)
+{
+    return copyText(name, "Wail", kVstMaxNameLen);
+}
+
+bool Wail::getProductString(char* text)
+{
+    return copyText(text, "Wail", kVstMaxNameLen);
+}
+
+bool Wail::getVendorString(char* text)
+{
+    return copyText(text, "KORVA Corporation", kVstMaxNameLen);
+}

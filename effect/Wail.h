@@ -1,0 +1,167 @@
+#pragma once
+
+#include "effect/FadeSwitch.h"
+#include "effect/ParamCurve.h"
+#include "effect/RecursiveMutex.h"
+#include "effect/WailProgram.h"
+#include "filter/IIRFilter.h"
+#include "host/K_TypeBase.h"
+
+#include <array>
+#include <memory>
+
+// Parameter indices: hosts and saved settings know the parameters by them.
+enum WailParameter : VstInt32 { kOnOff = 0, kSense, kReso, kRange, kBalance, kInvert, kEnvelope, kNumParams };
+
+inline constexpr VstInt32 kNumPrograms = 16;
+
+// An envelope-swept comb filter, one channel. The louder the input x, the farther the comb's teeth move:
+//
+//     e = smooth(follow(|s detect(x)|))         detect: shelf, +4 dB, high-pass; follow: peak, release
+//     p = sweepBase +- sweepDepth e r           delay in samples; - when "Invert" is off
+//     v(n) = x(n) - g v(n - p)                  the line: a comb with negative feedback
+//     y(n) = d x(n) + w (x(n) - 1.5 v(n - p))   the output, times the gains of the switches
+//
+// s, g, r, d, w: "Sense", "Reso", "Range" and the two sides of "Balance", each gliding linearly through a
+// block from the last block's value to the new one. Delays stay between 0 and about 2.2 ms.
+//
+// The host sets parameters and programs and asks for texts from any thread; a block in work holds
+// paramMutex, so changes take effect with the next block. setSampleRate and resume must not overlap a block.
+class Wail : public K_TypeBase
+{
+public:
+    // May throw std::bad_alloc or std::system_error.
+    explicit Wail(audioMasterCallback callback);
+    ~Wail() override;
+
+    // Clears the delay line.
+    void resume() override;
+
+    // Hz, from 62.5 to 3072000; another rate, and one for which there is no memory, leaves everything as it
+    // was. A new rate rebuilds all that depends on it and starts from silence; the same rate does nothing.
+    void setSampleRate(float newSampleRate) override;
+
+    // Does nothing: the effect works in double precision alone.
+    void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
+
+    // inputs[0], outputs[0]: sampleFrames samples each; they may be the same buffer. sampleFrames: free to
+    // change from call to call; below 0 nothing happens. Copies the input when no rate is set yet, or when
+    // there is no memory for the gains of a block; allocates only when sampleFrames changes.
+    void processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames) override;
+
+    // Keep and give any value unchanged; an index out of range is ignored and reads 0.
+    void setParameter(VstInt32 index, float value) override;
+    float getParameter(VstInt32 index) override;
+
+    void setProgram(VstInt32 program) override;
+    void setProgramName(char* name) override;  // keeps 23 characters
+    void getProgramName(char* name) override;
+
+    void getParameterLabel(VstInt32 index, char* label) override;
+    void getParameterDisplay(VstInt32 index, char* text) override;
+    void getParameterName(VstInt32 index, char* text) override;
+    bool getParameterProperties(VstInt32 index, VstParameterProperties* properties) override;
+    bool getProgramNameIndexed(VstInt32 category, VstInt32 index, char* text) override;
+
+    bool getEffectName(char* name) override;
+    bool getVendorString(char* text) override;
+    bool getProductString(char* text) override;
+    VstInt32 getVendorVersion() override { return 1000; }
+    VstPlugCategory getPlugCategory() override { return kPlugCategEffect; }
+
+    VstInt32 getNumOfInJacks() override { return 1; }
+    VstInt32 getNumOfOutJacks() override { return 1; }
+    VstInt32 getNumOfInSig(VstInt32 /*jack*/) override { return 1; }
+    VstInt32 getNumOfOutSig(VstInt32 /*jack*/) override { return 1; }
+    VstInt32 getStartNumInSig(VstInt32 /*jack*/) override { return 0; }
+    VstInt32 getStartNumOutSig(VstInt32 /*jack*/) override { return 0; }
+    VstInt32 getDryInSigNum() override { return -1; }
+    void getParameterDisplayOf(VstInt32 index, float value, char* text) override;
+
+    // Sets the sweep up for the current "Invert" value; the envelope goes on smoothly. Needs a sample rate.
+    virtual void setInvert();
+
+private:
+    // What tells one parameter from another. A row's place is its index for hosts and saved settings.
+    struct Parameter {
+        const char* name;  // at most 8 characters
+        bool isSwitch;     // on at exactly 1, off at any other value
+        Relaxed<float> Wail::*live;
+        Relaxed<float> WailProgram::*stored;
+    };
+    static const std::array<Parameter, kNumParams> kParameters;
+    static const Parameter* findParameter(VstInt32 index) noexcept;
+
+    struct RateObjects;
+    void adopt(RateObjects&& built) noexcept;
+
+    bool fitBlockBuffers(VstInt32 frames) noexcept;
+    void mapChangedParameters() noexcept;
+    void runSwitches(VstInt32 frames);
+    void processSamples(const double* input, double* output, VstInt32 frames);
+    void finishBlock(VstInt32 frames) noexcept;
+    double followLevel(double x, double sense) noexcept;
+    double delayFor(double e, double range) const noexcept;
+    double readLine(double delay) const noexcept;
+    void writeLine(double sample) noexcept;
+
+    RecursiveMutex paramMutex;  // one block, or one parameter's two stores
+    std::unique_ptr<WailProgram[]> programs;
+
+    // Live parameter values, normalised, as the host last set them.
+    Relaxed<float> fSense;
+    Relaxed<float> fRange;
+    Relaxed<float> fEnvelope;
+    Relaxed<float> fReso;
+    Relaxed<float> fBalance;
+    Relaxed<float> fOnOff;
+    Relaxed<float> fInvert;
+
+    // The values that the last block mapped; -1 has the next block map them all.
+    float lastSense = -1.0f;
+    float lastRange = -1.0f;
+    float lastEnvelope = -1.0f;
+    float lastReso = -1.0f;
+    float lastBalance = -1.0f;
+    double lastSampleRate = -1.0;  // Hz; no rate yet
+
+    std::unique_ptr<IIRFilter> detectorShelf;
+    std::unique_ptr<IIRFilter> detectorHighpass;
+    std::unique_ptr<IIRFilter> envelopeSmoother;
+    std::unique_ptr<ParamCurve> senseCurve;
+    std::unique_ptr<ParamCurve> rangeCurve;
+    std::unique_ptr<ParamCurve> envelopeCurve;
+    std::unique_ptr<ParamCurve> resoCurve;
+    std::unique_ptr<ParamCurve> dryCurve;
+    std::unique_ptr<ParamCurve> wetCurve;
+
+    bool firstBlock = true;
+    std::unique_ptr<FadeSwitch> onOffSwitch;
+    std::unique_ptr<double[]> onOffRamp;  // gain of each sample of a block
+    std::unique_ptr<FadeSwitch> invertSwitch;
+    std::unique_ptr<double[]> invertRamp;  // gain of each sample of a block
+    float appliedInvert = 0.0f;            // "Invert" value that the sweep is set up for
+
+    std::unique_ptr<double[]> delayLine;  // circular, delayLength samples
+    VstInt32 writeIndex = 0;              // entry of the current sample; the oldest until it is written
+    double envelope = 0.0;                // level followed, 0 .. 1
+    double releaseCoef = 0.0;             // the envelope's fall, a factor per sample
+    VstInt32 delayLength = 0;             // samples, 0.1 s
+    double sweepBase = 0.0;               // delay without sweep, samples
+    double sweepDepth = 0.0;              // delay change of a full sweep, samples
+
+    // What a block glides to, and from.
+    double senseTarget = 0.0;
+    double rangeTarget = 0.0;
+    double resoTarget = 0.0;
+    double senseStart = 0.0;
+    double rangeStart = 0.0;
+    double resoStart = 0.0;
+    double dryStart = 0.0;
+    double wetStart = 0.0;
+    double dryTarget = 0.0;
+    double wetTarget = 0.0;
+    double initialRelease = 0.9;  // releaseCoef until the first block
+    double wetDelayGain = 1.5;    // weight of the delayed signal in the wet mix
+    VstInt32 lastBlockSize = 0;   // samples that the ramps were made for
+};

@@ -1,0 +1,82 @@
+#include "effect/Wail.h"
+
+#include "host/CopyText.h"
+
+#include <algorithm>
+#include <mutex>
+
+constexpr std::array<Wail::Parameter, kNumParams> Wail::kParameters{{
+    {"On/Off", true, &Wail::fOnOff, &WailProgram::fOnOff},
+    {"Sense", false, &Wail::fSense, &WailProgram::fSense},
+    {"Reso", false, &Wail::fReso, &WailProgram::fReso},
+    {"Range", false, &Wail::fRange, &WailProgram::fRange},
+    {"Balance", false, &Wail::fBalance, &WailProgram::fBalance},
+    {"Invert", true, &Wail::fInvert, &WailProgram::fInvert},
+    {"Envelope", false, &Wail::fEnvelope, &WailProgram::fEnvelope},
+}};
+
+// Null for an index out of range.
+const Wail::Parameter* Wail::findParameter(VstInt32 index) noexcept
+{
+    return index >= 0 && index < kNumParams ? &kParameters[static_cast<std::size_t>(index)] : nullptr;
+}
+
+void Wail::setParameter(VstInt32 index, float value)
+{
+    const Parameter* const parameter = findParameter(index);
+    const std::lock_guard lock(paramMutex);
+    if (parameter == nullptr)
+        return;
+    programs[curProgram].*parameter->stored = value;
+    this->*parameter->live = value;
+}
+
+float Wail::getParameter(VstInt32 index)
+{
+    const Parameter* const parameter = findParameter(index);
+    if (parameter == nullptr)
+        return 0.0f;
+    return this->*parameter->live;
+}
+
+void Wail::getParameterName(VstInt32 index, char* text)
+{
+    if (const Parameter* const parameter = findParameter(index))
+        copyText(text, parameter->name, kVstMaxParamStrLen);
+}
+
+void Wail::getParameterLabel(VstInt32 index, char* label)
+{
+    if (findParameter(index) != nullptr)
+        copyText(label, "", kVstMaxParamStrLen);
+}
+
+void Wail::getParameterDisplay(VstInt32 index, char* text)
+{
+    getParameterDisplayOf(index, getParameter(index), text);
+}
+
+void Wail::getParameterDisplayOf(VstInt32 index, float value, char* text)
+{
+    const Parameter* const parameter = findParameter(index);
+    if (parameter == nullptr || text == nullptr)
+        return;
+    if (parameter->isSwitch) {
+        std::fill_n(text, kVstMaxParamStrLen + 1, '\0');
+        copyText(text, value == 1.0f ? "on" : "off", kVstMaxParamStrLen);
+    } else {
+        float2string(value * 10.0f, text, kVstMaxParamStrLen);
+    }
+}
+
+bool Wail::getParameterProperties(VstInt32 index, VstParameterProperties* properties)
+{
+    const Parameter* const parameter = findParameter(index);
+    if (parameter == nullptr || properties == nullptr)
+        return false;
+    *properties = {};
+    properties->flags = parameter->isSwitch ? kVstParameterIsSwitch : kVstParameterUsesFloatStep;
+    properties->stepFloat = parameter->isSwitch ? 0.0f : 0.01f;
+    getParameterLabel(index, properties->label);
+    return true;
+}

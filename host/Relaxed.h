@@ -1,0 +1,30 @@
+#pragma once
+
+#include <atomic>
+
+// A plain number that several threads read and write without a lock. Each access is one relaxed atomic
+// load or store: never torn, never ordered against other memory, the same machine instruction as a plain
+// one. Size, alignment and use are those of T.
+template <typename T>
+class Relaxed
+{
+public:
+    Relaxed() noexcept = default;
+    Relaxed(T initial) noexcept : value(initial) {}
+    Relaxed(const Relaxed&) = delete;
+
+    operator T() const noexcept { return value.load(std::memory_order_relaxed); }
+
+    Relaxed& operator=(T next) noexcept
+    {
+        value.store(next, std::memory_order_relaxed);
+        return *this;
+    }
+    Relaxed& operator=(const Relaxed& other) noexcept { return *this = static_cast<T>(other); }
+
+private:
+    std::atomic<T> value{};
+
+    static_assert(sizeof(std::atomic<T>) == sizeof(T) && alignof(std::atomic<T>) == alignof(T));
+    static_assert(std::atomic<T>::is_always_lock_free);
+};

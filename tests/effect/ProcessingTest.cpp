@@ -1,0 +1,303 @@
+#include "tests/support/Allocations.h"
+#include "tests/support/ReferenceWail.h"
+#include "tests/support/Signals.h"
+#include "tests/support/TestHost.h"
+
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <cfloat>
+#include <cstring>
+#include <limits>
+#include <thread>
+
+namespace
+{
+
+enum { kOnOff, kSense, kReso, kRange, kBalance, kInvert, kEnvelope };
+
+// Dry sound only: for an input of ones, the output is the gain of the switches.
+void dryOnly(const Plugin& plugin, float rate)
+{
+    plugin.set(kBalance, 0.0f);
+    plugin.setRate(rate);
+    std::vector<double> settle(64, 1.0);
+    plugin.process(settle.data(), 64);  // the glides from the start are over
+}
+
+// Processes ones in blocks of the given length; set(n) may move parameters before sample n's block.
+template <typename Set>
+std::vector<double> gains(const Plugin& plugin, int length, int block, Set set)
+{
+    std::vector<double> samples(static_cast<std::size_t>(length), 1.0);
+    for (int n = 0; n < length; n += block) {
+        set(n);
+        plugin.process(samples.data() + n, std::min(block, length - n));
+    }
+    return samples;
+}
+
+// The gain k samples into a transition of two fades of N samples each.
+double transitionGain(int k, int N)
+{
+    return k < 0 || k >= 2 * N ? 1.0 : static_cast<double>(k < N ? N - k : k - N) / N;
+}
+
+bool sameBits(const std::vector<double>& a, const std::vector<double>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](double x, double y) { return std::memcmp(&x, &y, sizeof x) == 0; });
+}
+
+}  // namespace
+
+// Everything that a host may do between blocks, in every order that chance brings.
+TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
+{
+    const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
+    const float rates[] = {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f};
+    for (unsigned seed = 0; seed < 10; ++seed) {
+        std::mt19937 random(seed);
+        const auto oneIn = [&random](unsigned n) { return random() % n == 0; };
+        const Plugin plugin;
+        ReferenceWail reference;
+        const auto set = [&](VstInt32 index, float value) {
+            plugin.set(index, value);
+            reference.parameters[static_cast<std::size_t>(index)] = value;
+        };
+        const auto setRate = [&](float rate) {
+            plugin.setRate(rate);
+            reference.setRate(rate);
+        };
+        set(kInvert, seed % 2 == 0 ? 0.0f : 1.0f);
+        setRate(rates[seed % 5]);
+        const std::vector<double> source = strokes(1 << 16, 6000, seed + 1);
+        for (int block = 0; block < 300; ++block) {
+            for (VstInt32 index = 0; index < 7; ++index) {
+                const bool isSwitch = index == kOnOff || index == kInvert;
+                if (isSwitch && oneIn(6))
+                    set(index, oneIn(8) ? 0.5f : static_cast<float>(random() % 2));
+                else if (!isSwitch && oneIn(2))
+                    set(index, static_cast<float>(random() % 1001) / 1000.0f);
+            }
+            if (oneIn(40))
+                set(kRange, oneIn(2) ? -0.5f : 30.0f);  // no sweep at all, and far past both ends of the line
+            if (oneIn(40)) {
+                plugin.dispatch(effMainsChanged, 0, 1);
+                reference.resume();
+            }
+            if (oneIn(60))
+                setRate(rates[random() % 5]);
+            const int length = oneIn(5) ? static_cast<int>(random() % 700) : lengths[random() % 9];
+            const auto start = source.begin() + random() % (source.size() - 4096);
+            const std::vector<double> input(start, start + length);
+            std::vector<double> expected(input.size());
+            reference.process(input.data(), expected.data(), length);
+
+            std::vector<double> output = input;  // every other block in place
+            const double* from = oneIn(2) ? input.data() : output.data();
+            double* inputs[] = {const_cast<double*>(from)};
+            double* outputs[] = {output.data()};
+            plugin.record->processDoubleReplacing(plugin.record, inputs, outputs, length);
+            ASSERT_TRUE(sameBits(output, expected)) << "seed " << seed << ", block " << block;
+        }
+    }
+}
+
+// A faint impulse leaves the sweep at rest: 70 samples at 48 kHz, 15 when inverted.
+TEST(Processing, CombsWithTheDelayFeedbackAndMixThatItsFormulasGive)
+{
+    for (const auto& [invert, delay] : {std::pair{0.0f, 70u}, {1.0f, 15u}}) {
+        const Plugin plugin;
+        plugin.set(kInvert, invert);
+        plugin.set(kReso, 0.5f);
+        plugin.setRate(48000.0f);
+        std::vector<double> samples(512, 0.0);
+        plugin.process(samples.data(), 64);
+        samples.assign(512, 0.0);
+        samples[0] = 1e-7;
+        plugin.process(samples.data(), 512);
+        const double g = 0.250007629627369 + 0.5 * (0.935789056062502 - 0.250007629627369);
+        EXPECT_DOUBLE_EQ(samples[0], 1e-7);
+        EXPECT_NEAR(samples[delay] / 1e-7, -1.5, 1e-5);
+        EXPECT_NEAR(samples[2 * delay] / 1e-7, 1.5 * g, 1e-5);
+        EXPECT_NEAR(samples[3 * delay] / 1e-7, -1.5 * g * g, 1e-5);
+        EXPECT_NEAR(samples[delay / 2], 0.0, 1e-12);
+    }
+}
+
+TEST(Processing, SwitchesFadeOutAndInOverSixteenMillisecondsWhateverTheBlocks)
+{
+    for (const auto& [rate, N] : {std::pair{44100.0f, 705}, {48000.0f, 768}}) {
+        for (const int block : {1, 100, 4096}) {
+            for (const int index : {kOnOff, kInvert}) {
+                const Plugin plugin;
+                dryOnly(plugin, rate);
+                const float other = index == kOnOff ? 0.0f : 1.0f;
+                plugin.set(index, other);
+                const auto result = gains(plugin, 2 * N + 10, block, [](int) {});
+                for (int k = 0; k < 2 * N + 10; ++k)
+                    ASSERT_NEAR(result[static_cast<std::size_t>(k)], transitionGain(k, N), 1e-15) << k;
+            }
+        }
+    }
+}
+
+// Thrown back in the fade-out, a switch completes its transition; in the fade-in, On/Off turns round on the
+// spot, and Invert makes up for the change afterwards.
+TEST(Processing, SwitchesThrownBackInMidTransitionEndWhereTheHostLeftThem)
+{
+    constexpr int N = 768;
+    for (const int index : {kOnOff, kInvert}) {
+        const float start = index == kOnOff ? 1.0f : 0.0f;
+        for (const int back : {200, N + 200}) {
+            const Plugin plugin;
+            dryOnly(plugin, 48000.0f);
+            const auto result = gains(plugin, 4 * N + 100, 100, [&](int n) {
+                if (n == 0 || n == back - back % 100)
+                    plugin.set(index, n == 0 ? 1.0f - start : start);
+            });
+            const int turn = back - back % 100;
+            for (int k = 0; k < 4 * N + 100; ++k) {
+                double expected = transitionGain(k, N);
+                if (index == kOnOff && back > N && k >= turn)  // fade-out from the fade-in's index
+                    expected = transitionGain(k - turn + (turn - N), N);
+                if (index == kInvert && back > N && k >= 2 * N)  // a transition of its own
+                    expected = transitionGain(k - 2 * N, N);
+                ASSERT_NEAR(result[static_cast<std::size_t>(k)], expected, 1e-15)
+                    << index << " " << back << " " << k;
+            }
+        }
+    }
+}
+
+TEST(Processing, CopiesItsInputUntilARateIsSetAndIgnoresNegativeCounts)
+{
+    const Plugin plugin;
+    std::vector<double> input = noise(32);
+    std::vector<double> output(32, 9.0);
+    double* in = input.data();
+    double* out = output.data();
+    plugin.record->processDoubleReplacing(plugin.record, &in, &out, 32);
+    EXPECT_EQ(output, input);
+
+    plugin.setRate(48000.0f);
+    const std::vector<double> before = output;
+    plugin.record->processDoubleReplacing(plugin.record, &in, &out, -5);
+    EXPECT_EQ(output, before);
+}
+
+// The same rate, or one that cannot be, leaves even the sound in the delay line; resume clears that.
+TEST(Processing, KeepsItsSoundThroughRatesThatChangeNothing)
+{
+    const auto tail = [](auto interrupt) {
+        const Plugin plugin;
+        plugin.setRate(48000.0f);
+        std::vector<double> samples = noise(256);
+        plugin.process(samples.data(), 256);
+        interrupt(plugin);
+        samples.assign(256, 0.0);
+        plugin.process(samples.data(), 256);
+        return samples;
+    };
+    const std::vector<double> plain = tail([](const Plugin&) {});
+    for (const float rate : {48000.0f, 0.0f, -48000.0f, 62.0f, 3072001.0f, NAN, INFINITY})
+        EXPECT_EQ(tail([rate](const Plugin& plugin) { plugin.setRate(rate); }), plain) << rate;
+    for (const float rate : {62.5f, 3072000.0f})
+        EXPECT_NE(tail([rate](const Plugin& plugin) { plugin.setRate(rate); }), plain) << rate;
+    EXPECT_EQ(tail([](const Plugin& plugin) { plugin.dispatch(effMainsChanged, 0, 1); }),
+              std::vector<double>(256, 0.0));
+}
+
+TEST(Processing, AllocatesNothingInASteadyBlock)
+{
+    const Plugin plugin;
+    plugin.setRate(48000.0f);
+    std::vector<double> samples = noise(480);
+    plugin.process(samples.data(), 480);
+    const std::size_t before = Allocations::count;
+    for (int block = 0; block < 50; ++block) {
+        plugin.set(kRange, static_cast<float>(block) / 50.0f);
+        plugin.set(kInvert, static_cast<float>(block / 10 % 2));
+        plugin.set(kOnOff, static_cast<float>(block / 7 % 2));
+        plugin.process(samples.data(), 480);
+    }
+    EXPECT_EQ(Allocations::count, before);
+}
+
+// However many of its allocations succeed before memory runs out, a set-up happens wholly or not at all.
+TEST(Processing, StaysAsItWasWhenMemoryRunsOut)
+{
+    const std::vector<double> input = noise(512);
+    const auto second = [&input](std::ptrdiff_t allocations, bool block, bool* failed) {
+        const Plugin plugin;
+        plugin.setRate(44100.0f);
+        std::vector<double> samples = input;
+        plugin.process(samples.data(), 256);
+        Allocations::left = allocations;
+        if (block)
+            plugin.process(samples.data(), 100);
+        else
+            plugin.setRate(48000.0f);
+        *failed = Allocations::left == 0;
+        Allocations::left = -1;
+        plugin.process(samples.data() + 256, 256);
+        return samples;
+    };
+    bool failed = false;
+    const std::vector<double> without = second(1, true, &failed);
+    ASSERT_TRUE(failed);
+    const std::vector<double> with = second(-1, false, &failed);
+    int failures = 0;
+    for (std::ptrdiff_t allocations = 0; failures == allocations; ++allocations) {
+        const std::vector<double> result = second(allocations, false, &failed);
+        const bool refused = !std::equal(result.begin() + 256, result.end(), with.begin() + 256);
+        failures += refused ? 1 : 0;
+        if (refused) {
+            EXPECT_TRUE(std::equal(result.begin() + 256, result.end(), without.begin() + 256)) << allocations;
+        }
+    }
+    EXPECT_GT(failures, 10);
+}
+
+TEST(Processing, FlushesSubnormalsAndGivesTheCallersFloatingPointStateBack)
+{
+    const Plugin plugin;
+    plugin.set(kReso, 0.0f);
+    plugin.setRate(48000.0f);
+    std::vector<double> samples(1 << 17, 0.0);
+    samples[0] = 1.0;
+    std::feclearexcept(FE_ALL_EXCEPT);
+    std::fesetround(FE_UPWARD);
+    plugin.process(samples.data(), static_cast<VstInt32>(samples.size()));
+    EXPECT_EQ(std::fegetround(), FE_UPWARD);
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), 0);
+    volatile double tiny = DBL_MIN;
+    tiny = tiny / 2.0;
+    EXPECT_GT(tiny, 0.0);
+    for (const double sample : samples)
+        ASSERT_NE(std::fpclassify(sample), FP_SUBNORMAL);
+    EXPECT_EQ(samples.back(), 0.0);
+}
+
+// Meant for the thread sanitizer; elsewhere it shows that no value is torn.
+TEST(Processing, TakesParametersAndProgramsFromOtherThreads)
+{
+    const Plugin plugin;
+    plugin.setRate(48000.0f);
+    std::thread control([&plugin] {
+        for (int i = 0; i < 2000; ++i) {
+            plugin.set(i % 7, static_cast<float>(i % 2));
+            const float value = plugin.get(kSense);
+            EXPECT_TRUE(value == 0.0f || value == 1.0f || value == 0.84210527f);
+            plugin.text(effGetParamDisplay, i % 7);
+            plugin.dispatch(effSetProgram, 0, i % 16);
+            plugin.text(effGetProgramName);
+        }
+    });
+    std::vector<double> samples = noise(64);
+    for (int block = 0; block < 2000; ++block)
+        plugin.process(samples.data(), 64);
+    control.join();
+}

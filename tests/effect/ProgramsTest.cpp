@@ -1,0 +1,61 @@
+#include "tests/support/TestHost.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+void rename(const Plugin& plugin, std::string name)
+{
+    plugin.dispatch(effSetProgramName, 0, 0, name.data());
+}
+
+}  // namespace
+
+TEST(Programs, StartAlikeAndNumbered)
+{
+    const Plugin plugin;
+    for (VstInt32 program = 15; program >= 0; --program) {
+        plugin.dispatch(effSetProgram, 0, program);
+        EXPECT_EQ(plugin.text(effGetProgramName), "Init " + std::to_string(program + 1));
+        EXPECT_EQ(plugin.text(effGetProgramNameIndexed, program), "Init");
+        EXPECT_EQ(plugin.get(1), 0.84210527f);
+    }
+    for (const VstIntPtr program :
+         {VstIntPtr{-1}, VstIntPtr{16}, VstIntPtr{1} << (sizeof(VstIntPtr) * 8 - 2)})
+        plugin.dispatch(effSetProgram, 0, program);
+    EXPECT_EQ(plugin.dispatch(effGetProgram), 0);
+    for (const VstInt32 index : {-1, 16})
+        EXPECT_EQ(plugin.text(effGetProgramNameIndexed, index), "untouched");
+}
+
+TEST(Programs, KeepTheValuesThatWereSetWhileTheyWereCurrent)
+{
+    const Plugin plugin;
+    plugin.dispatch(effSetProgram, 0, 3);
+    for (VstInt32 i = 0; i < 7; ++i)
+        plugin.set(i, 0.0625f * static_cast<float>(i + 1));
+    plugin.dispatch(effSetProgram, 0, 0);
+    EXPECT_EQ(plugin.get(2), 0.8f);
+    EXPECT_EQ(plugin.get(0), 1.0f);
+    plugin.dispatch(effSetProgram, 0, 3);
+    for (VstInt32 i = 0; i < 7; ++i)
+        EXPECT_EQ(plugin.get(i), 0.0625f * static_cast<float>(i + 1));
+}
+
+TEST(Programs, KeepTwentyThreeCharactersOfAName)
+{
+    const Plugin plugin;
+    plugin.dispatch(effSetProgram, 0, 4);
+    for (const std::string name : {"Lead", "init", "Init ", "Init 2", ""}) {
+        rename(plugin, name);
+        EXPECT_EQ(plugin.text(effGetProgramName), name);
+        EXPECT_EQ(plugin.text(effGetProgramNameIndexed, 4), name);
+    }
+    rename(plugin, "Init");
+    EXPECT_EQ(plugin.text(effGetProgramName), "Init 5");
+    rename(plugin, std::string(23, 'n') + "beyond");
+    EXPECT_EQ(plugin.text(effGetProgramName), std::string(23, 'n'));
+    EXPECT_EQ(plugin.text(effGetProgramNameIndexed, 5), "Init");  // the neighbour
+    EXPECT_EQ(plugin.get(0), 1.0f);
+}

@@ -1,0 +1,34 @@
+#include "tests/support/Allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+// All forms are here: a sanitizer's runtime would bring those that are missing.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    ++Allocations::count;
+    if (Allocations::left == 0)
+        return nullptr;
+    if (Allocations::left > 0)
+        --Allocations::left;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void* operator new(std::size_t size)
+{
+    void* const memory = operator new(size, std::nothrow);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+// clang-format off
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
+void* operator new[](std::size_t size) { return operator new(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+// clang-format on

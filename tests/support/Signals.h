@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <random>
+#include <vector>
+
+// White noise of the given peak, the same for the same seed on every machine.
+inline std::vector<double> noise(std::size_t length, double peak = 1.0, unsigned seed = 1)
+{
+    std::mt19937 random(seed);
+    std::vector<double> samples(length);
+    for (double& sample : samples)
+        sample = peak * (static_cast<double>(random()) / 2147483648.0 - 1.0);
+    return samples;
+}
+
+// Noise that comes in strokes: each falls from full level to silence, so that envelopes sweep.
+inline std::vector<double> strokes(std::size_t length, std::size_t period, unsigned seed = 1)
+{
+    std::vector<double> samples = noise(length, 1.0, seed);
+    for (std::size_t i = 0; i < length; ++i)
+        samples[i] *= std::pow(1e-4, static_cast<double>(i % period) / static_cast<double>(period));
+    return samples;
+}
