@@ -22,7 +22,7 @@ TEST(Programs, StartAlikeAndNumbered)
         EXPECT_EQ(plugin.get(1), 0.84210527f);
     }
     for (const VstIntPtr program :
-         {VstIntPtr{-1}, VstIntPtr{16}, VstIntPtr{1} << (sizeof(VstIntPtr) * 8 - 2)})
+         {VstIntPtr{-1}, VstIntPtr{16}, (VstIntPtr{1} << (sizeof(VstIntPtr) * 8 - 2)) + 5})
         plugin.dispatch(effSetProgram, 0, program);
     EXPECT_EQ(plugin.dispatch(effGetProgram), 0);
     for (const VstInt32 index : {-1, 16})
