@@ -24,7 +24,7 @@ struct FadeSwitch {
 
     // Invert. Fills gains for the next frames samples, given the parameter's value now and the one that the
     // sweep is set up for. A change during the fade-out joins the running transition; one that comes after
-    // its silent point gets a transition of its own as soon as the running one has ended.
+    // its silent point, and is not taken back before its end, gets a transition of its own right behind it.
     void runInvert(float value, float applied, double* gains, std::int32_t frames) noexcept;
 
     std::int32_t length;                   // samples in one fade, 1 or more

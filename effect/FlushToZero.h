@@ -4,6 +4,8 @@
 
 #if defined(__SSE2__)
 #include <immintrin.h>
+
+#include <cfenv>
 #elif !defined(__aarch64__)
 #error "FlushToZero has no variant for this processor yet"
 #endif
@@ -21,7 +23,25 @@ public:
     ~FlushToZero() { write(saved); }
 
 private:
-#if defined(__SSE2__)
+#if defined(__i386__)
+    struct State {
+        std::uint32_t control;  // MXCSR, which holds the flags of SSE arithmetic too
+        std::fenv_t flags;      // of the x87 unit, which the mathematics library may use
+    };
+    static constexpr std::uint32_t kFlushResults = 1u << 15;  // FTZ
+
+    static State read() noexcept
+    {
+        State state{_mm_getcsr(), {}};
+        std::fegetenv(&state.flags);
+        return state;
+    }
+    static void write(const State& state) noexcept
+    {
+        std::fesetenv(&state.flags);
+        _mm_setcsr(state.control);
+    }
+#elif defined(__SSE2__)
     struct State {
         std::uint32_t control;  // MXCSR, which holds the flags too
         std::uint32_t flags;

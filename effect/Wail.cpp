@@ -41,15 +41,15 @@ Wail::~Wail()
 
 bool Wail::getEffectName(char* name)
 {
-    return copyText(name, "Wail", kVstMaxNameLen);
+    return copyText(name, "Wail", kVstMaxNameLen - 1);
 }
 
 bool Wail::getProductString(char* text)
 {
-    return copyText(text, "Wail", kVstMaxNameLen);
+    return copyText(text, "Wail", kVstMaxNameLen - 1);
 }
 
 bool Wail::getVendorString(char* text)
 {
-    return copyText(text, "KORVA Corporation", kVstMaxNameLen);
+    return copyText(text, "KORVA Corporation", kVstMaxNameLen - 1);
 }

@@ -48,7 +48,7 @@ void Wail::getParameterName(VstInt32 index, char* text)
 void Wail::getParameterLabel(VstInt32 index, char* label)
 {
     if (findParameter(index) != nullptr)
-        copyText(label, "", kVstMaxParamStrLen);
+        copyText(label, "", 0);
 }
 
 void Wail::getParameterDisplay(VstInt32 index, char* text)

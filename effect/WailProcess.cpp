@@ -117,7 +117,7 @@ void Wail::processSamples(const double* input, double* output, VstInt32 frames)
     }
 }
 
-// The smoothed envelope of the level, 0 .. 1: it rises at once and falls by releaseCoef a sample.
+// The envelope of the level, which rises at once and falls by releaseCoef a sample, smoothed: 0 .. 1.
 double Wail::followLevel(double x, double sense) noexcept
 {
     double t = x;

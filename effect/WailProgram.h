@@ -8,8 +8,6 @@
 class WailProgram
 {
 public:
-    static constexpr char kInitName[] = "Init";  // shown with the program's number behind it
-
     WailProgram() = default;
     virtual ~WailProgram() = default;
 
@@ -21,5 +19,5 @@ public:
     Relaxed<float> fBalance = 1.0f;
     Relaxed<float> fInvert = 0.0f;
     Relaxed<float> fEnvelope = 1.0f;
-    char name[kVstMaxProgNameLen] = "Init";
+    char name[kVstMaxProgNameLen] = "Init";  // which is shown with the program's number behind it
 };

@@ -26,7 +26,7 @@ void Wail::getProgramName(char* name)
     const VstInt32 program = curProgram;
     const char* const stored = programs[program].name;
     char numbered[kVstMaxProgNameLen + 12];  // 12: a blank and any 32-bit number
-    const bool isInit = std::strcmp(stored, WailProgram::kInitName) == 0;
+    const bool isInit = std::strcmp(stored, "Init") == 0;
     if (isInit)
         std::snprintf(numbered, sizeof numbered, "%s %d", stored, program + 1);
     copyText(name, isInit ? numbered : stored, kVstMaxProgNameLen - 1);

@@ -33,7 +33,10 @@ void IIRFilter::FDexcute(filterPrm_tag* prm) noexcept
     case kHighPass1: designFirstOrder(K, 1.0, -1.0); break;
     case kLowPass2: designSecondOrder(K, butterworth, KK, 2.0 * KK, KK); break;
     case kHighPass2: designSecondOrder(K, butterworth, 1.0, -2.0, 1.0); break;
-    case kBandPassEdges: designBand(K1, K2, K2 - K1, 0.0, -(K2 - K1)); break;
+    case kBandPassEdges:
+        designBand(K1, K2, K2 - K1, 0.0, -(K2 - K1));
+        coef.b1 = 0.0;  // edges in the wrong order make 0 times n negative
+        break;
     case kBandStopEdges: designBand(K1, K2, 1.0 + K1 * K2, 2.0 * (K1 * K2 - 1.0), 1.0 + K1 * K2); break;
     case kLowPassQ: designSecondOrder(K, butterworth / Q, KK, 2.0 * KK, KK); break;
     case kHighPassQ: designSecondOrder(K, butterworth / Q, 1.0, -2.0, 1.0); break;
@@ -112,7 +115,8 @@ void IIRFilter::designBand(double K1, double K2, double b0, double b1, double b2
     sections = 2;
 }
 
-// The pole p solves (1 - p)^2 / (1 - 2 p cos(w) + p^2) = g at w = 2 pi freq / fs: power gain g there, 1 at DC.
+// The pole p solves (1 - p)^2 / (1 - 2 p cos(w) + p^2) = g at w = 2 pi freq / fs: the power gain is g there
+// and 1 at DC.
 void IIRFilter::designOnePole(double freq, double sampleRate) noexcept
 {
     constexpr double g = 0.5011872337;  // -3 dB as a power ratio, 10^(-3/10)

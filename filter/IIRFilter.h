@@ -10,11 +10,12 @@
 //
 // for H(z) = (b0 + b1 z^-1 + b2 z^-2) / (1 - fb1 z^-1 - fb2 z^-2), and for kOnePole
 //
-//     y = b0 z1 + fb1 x,    z1 = y        (b0: the pole, in [0, 1); fb1 = 1 - b0: the input gain)
+//     y = b0 z1 + fb1 x,    z1 = y        (b0: the pole, below 1; fb1 = 1 - b0: the input gain)
 //
 // A redesign of the same type keeps the state, so that a running section is retuned without a jump;
-// another type starts from silence. Every design of a corner below half the sample rate is stable.
-// Nothing here allocates, locks or throws; a section belongs to one thread at a time.
+// another type starts from silence. Designs are stable for corners from a millionth to just below half of
+// the sample rate and, where the band's edges count, for 0 < freqLow < freqHigh < half the rate. Nothing
+// here allocates, locks or throws; a section belongs to one thread at a time.
 //
 // Source: U. Zoelzer (ed.), "DAFX - Digital Audio Effects", chapter on filters (bilinear transform with
 // prewarping, first-order shelves, peaking filter); form: J. O. Smith, "Introduction to Digital Filters".
@@ -46,8 +47,8 @@ public:
     // Filters *sample in place.
     void iirProcessing(double* sample) noexcept { run(coef, sample); }
 
-    // Filters *sample in place with the coefficients of the glide, then advances the glide. The sample that
-    // reaches its end, and all later ones, leave the coefficients exactly as designed.
+    // Filters *sample in place with the coefficients of the glide, then advances the glide. The samples after
+    // its last one run with exactly the coefficients designed.
     void ipIirProcessing(double* sample) noexcept;
 
     // Open to read, for tests and response plots; written by the operations above alone.

@@ -4,6 +4,8 @@
 #include "host/CopyText.h"
 #include "host/Opcodes.h"
 
+#include <cstring>
+
 namespace
 {
 
@@ -54,6 +56,8 @@ void processDoubleReplacingOfObject(AEffect* effect, double** inputs, double** o
 AudioEffect::AudioEffect(audioMasterCallback callback, VstInt32 programs, VstInt32 params)
     : audioMaster(callback), numPrograms(programs), numParams(params)
 {
+    std::memset(&cEffect, 0,
+                sizeof cEffect);  // the gaps between its fields too: hosts may copy or compare it
     cEffect.magic = kEffectMagic;
     cEffect.dispatcher = dispatchToObject;
     cEffect.process = processOfObject;
@@ -126,22 +130,22 @@ void AudioEffect::setParameterAutomated(VstInt32 index, float value)
 
 void AudioEffect::getProgramName(char* name)
 {
-    copyText(name, "", kVstMaxProgNameLen - 1);
+    copyText(name, "", 0);
 }
 
 void AudioEffect::getParameterLabel(VstInt32 /*index*/, char* label)
 {
-    copyText(label, "", kVstMaxParamStrLen);
+    copyText(label, "", 0);
 }
 
 void AudioEffect::getParameterDisplay(VstInt32 /*index*/, char* text)
 {
-    copyText(text, "", kVstMaxParamStrLen);
+    copyText(text, "", 0);
 }
 
 void AudioEffect::getParameterName(VstInt32 /*index*/, char* text)
 {
-    copyText(text, "", kVstMaxParamStrLen);
+    copyText(text, "", 0);
 }
 
 VstInt32 AudioEffect::getMasterVersion()

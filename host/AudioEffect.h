@@ -13,8 +13,8 @@ class AEffEditor;
 // The table's first two entries are the destructor's; dispatcher is the third.
 //
 // Texts: the caller's buffer holds 8 characters and a terminator for names, labels and values of
-// parameters, 23 and a terminator for program names; a null buffer is ignored. An operation of which
-// nothing else is said may be called from any thread of the host but the audio thread.
+// parameters, 23 and a terminator for program names; a null buffer is ignored. The base takes no lock: its
+// setters belong to one thread at a time.
 class AudioEffect
 {
 public:
@@ -94,7 +94,8 @@ public:
     virtual void __setRealtimeQualitiesDeprecated(VstInt32 qualities) { cEffect.realQualities = qualities; }
     virtual void __setOfflineQualitiesDeprecated(VstInt32 qualities) { cEffect.offQualities = qualities; }
 
-    // Attaches the editor, which the effect then owns; null detaches.
+    // Attaches the editor, which the effect then owns; null detaches. The one that was attached before goes
+    // back to the caller.
     void setEditor(AEffEditor* newEditor);
 
 protected:
@@ -112,5 +113,5 @@ protected:
     VstInt32 numPrograms;
     VstInt32 numParams;
     Relaxed<VstInt32> curProgram = 0;
-    AEffect cEffect{};
+    AEffect cEffect;
 };

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <initializer_list>
 
 namespace
 {
@@ -38,7 +39,7 @@ void AudioEffect::float2string(float value, char* text, VstInt32 maxLen)
         return;
     }
 
-    char number[kTextBudget + 1];
+    char number[kTextBudget + 1];  // six digits at most leave room for the sign position and the point
     const auto whole = static_cast<int>(magnitude);
     number[0] = value < 0.0f ? '-' : ' ';
     char* end = std::to_chars(number + 1, number + kTextBudget, whole).ptr;

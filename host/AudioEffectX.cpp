@@ -22,20 +22,20 @@ VstKeyCode keyCodeOf(VstInt32 character, VstIntPtr virt, float modifier)
 
 VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt)
 {
-    const auto number = static_cast<VstInt32>(value);
+    const auto value32 = static_cast<VstInt32>(value);
     char* const text = static_cast<char*>(ptr);
 
     switch (opcode) {
     case effProcessEvents: return processEvents(static_cast<VstEvents*>(ptr));
     case effCanBeAutomated: return canParameterBeAutomated(index);
     case effString2Parameter: return string2parameter(index, text);
-    case effGetProgramNameIndexed: return getProgramNameIndexed(number, index, text);
+    case effGetProgramNameIndexed: return getProgramNameIndexed(value32, index, text);
     case effGetInputProperties: return getInputProperties(index, static_cast<VstPinProperties*>(ptr));
     case effGetOutputProperties: return getOutputProperties(index, static_cast<VstPinProperties*>(ptr));
     case effGetPlugCategory: return getPlugCategory();
-    case effOfflineNotify: return offlineNotify(static_cast<VstAudioFile*>(ptr), number, index != 0);
-    case effOfflinePrepare: return offlinePrepare(static_cast<VstOfflineTask*>(ptr), number);
-    case effOfflineRun: return offlineRun(static_cast<VstOfflineTask*>(ptr), number);
+    case effOfflineNotify: return offlineNotify(static_cast<VstAudioFile*>(ptr), value32, index != 0);
+    case effOfflinePrepare: return offlinePrepare(static_cast<VstOfflineTask*>(ptr), value32);
+    case effOfflineRun: return offlineRun(static_cast<VstOfflineTask*>(ptr), value32);
     case effProcessVarIo: return processVariableIo(static_cast<VstVariableIo*>(ptr));
     case effSetSpeakerArrangement:
         return setSpeakerArrangement(recordAt<VstSpeakerArrangement>(value),
@@ -58,7 +58,7 @@ VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr va
         VstKeyCode key = keyCodeOf(index, value, opt);
         return opcode == effEditKeyDown ? editor->onKeyDown(key) : editor->onKeyUp(key);
     }
-    case effSetEditKnobMode: return editor != nullptr && editor->setKnobMode(number);
+    case effSetEditKnobMode: return editor != nullptr && editor->setKnobMode(value32);
     case effGetMidiProgramName: return getMidiProgramName(index, static_cast<MidiProgramName*>(ptr));
     case effGetCurrentMidiProgram: return getCurrentMidiProgram(index, static_cast<MidiProgramName*>(ptr));
     case effGetMidiProgramCategory:
@@ -73,11 +73,11 @@ VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr va
     case effShellGetNextPlugin: return getNextShellPlugin(text);
     case effStartProcess: return startProcess();
     case effStopProcess: return stopProcess();
-    case effSetTotalSampleToProcess: return setTotalSampleToProcess(number);
-    case effSetPanLaw: return setPanLaw(number, opt);
+    case effSetTotalSampleToProcess: return setTotalSampleToProcess(value32);
+    case effSetPanLaw: return setPanLaw(value32, opt);
     case effBeginLoadBank: return beginLoadBank(static_cast<VstPatchChunkInfo*>(ptr));
     case effBeginLoadProgram: return beginLoadProgram(static_cast<VstPatchChunkInfo*>(ptr));
-    case effSetProcessPrecision: return setProcessPrecision(number);
+    case effSetProcessPrecision: return setProcessPrecision(value32);
     case effGetNumMidiInputChannels: return getNumMidiInputChannels();
     case effGetNumMidiOutputChannels: return getNumMidiOutputChannels();
     default: return AudioEffect::dispatcher(opcode, index, value, ptr, opt);

@@ -6,18 +6,19 @@
 
 // The VST 2.x operations: what the host may ask beyond the basics, and the services it offers in return.
 //
-// The defaults decline: false, 0 or null, nothing written. An operation that calls the host answers what
-// the host answers (as true when it is not 0), and 0, false or null without a callback. The order of the
-// operations is called by hosts through the object's table (see AudioEffect).
+// The defaults decline, unless said: false, 0 or null, nothing written. An operation that calls the host
+// answers what the host answers (as true when it is not 0), and 0, false or null without a callback. The
+// order of the operations is called by hosts through the object's table (see AudioEffect).
 class AudioEffectX : public AudioEffect
 {
 public:
     using AudioEffect::AudioEffect;
 
-    // Handles the opcodes from effProcessEvents to effGetNumMidiOutputChannels, the base all others.
+    // Handles the opcodes from effProcessEvents to effGetNumMidiOutputChannels, but for those that the
+    // interface has retired; the base gets all others.
     VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt) override;
 
-    // Asks a host that wants to send MIDI events for them.
+    // Asks the host for MIDI events when the effect is a synth or says that it can receive them.
     void resume() override;
 
     // Parameters and programs.

@@ -12,6 +12,7 @@ public:
     Relaxed() noexcept = default;
     Relaxed(T initial) noexcept : value(initial) {}
     Relaxed(const Relaxed&) = delete;
+    Relaxed& operator=(const Relaxed&) = delete;
 
     operator T() const noexcept { return value.load(std::memory_order_relaxed); }
 
@@ -20,7 +21,6 @@ public:
         value.store(next, std::memory_order_relaxed);
         return *this;
     }
-    Relaxed& operator=(const Relaxed& other) noexcept { return *this = static_cast<T>(other); }
 
 private:
     std::atomic<T> value{};

@@ -1,10 +1,19 @@
 #include "host/AudioEffectX.h"
 
-#include "host/CopyText.h"
-
 #include <algorithm>
 #include <limits>
 #include <new>
+
+namespace
+{
+
+void release(VstSpeakerArrangement** arrangement)
+{
+    delete[] reinterpret_cast<char*>(*arrangement);
+    *arrangement = nullptr;
+}
+
+}  // namespace
 
 // An arrangement is made and released as a byte array: its length follows from its channels.
 bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, VstInt32 nbChannels)
@@ -13,7 +22,7 @@ bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, VstI
     constexpr std::size_t kMaxChannels =
         (std::numeric_limits<std::size_t>::max() - kHeader) / sizeof(VstSpeakerProperties);
 
-    deallocateArrangement(arrangement);
+    release(arrangement);
     if (nbChannels < 0 || static_cast<std::size_t>(nbChannels) > kMaxChannels)
         return false;
     const std::size_t size = kHeader + static_cast<std::size_t>(nbChannels) * sizeof(VstSpeakerProperties);
@@ -27,8 +36,7 @@ bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, VstI
 
 bool AudioEffectX::deallocateArrangement(VstSpeakerArrangement** arrangement)
 {
-    delete[] reinterpret_cast<char*>(*arrangement);
-    *arrangement = nullptr;
+    release(arrangement);
     return true;
 }
 
@@ -36,13 +44,10 @@ bool AudioEffectX::copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* f
 {
     if (to == nullptr || from == nullptr)
         return false;
-    copyText(to->name, from->name, kVstMaxNameLen - 1);
-    to->type = from->type;
-    to->azimuth = from->azimuth;
-    to->elevation = from->elevation;
-    to->radius = from->radius;
-    to->reserved = from->reserved;
-    std::copy(std::begin(from->future), std::end(from->future), to->future);
+    const VstSpeakerProperties source = *from;  // they may be the same
+    *to = source;
+    char* const last = to->name + kVstMaxNameLen - 1;
+    std::fill(std::find(to->name, last, '\0'), last + 1, '\0');
     return true;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 // The VST 2.4 records that operations of AudioEffectX take or return, laid out as the interface publishes
-// them. Only VstParameterProperties and the speaker records are read or written here; the others pass
-// through between host and effect. Texts are zero-terminated; lengths count the terminator.
+// them. Parameter properties, speakers and key codes are read or written here; the others pass through
+// between host and effect. Texts are zero-terminated; lengths count the terminator.
 
 #include "host/AEffect.h"
 
