@@ -16,7 +16,7 @@ public:
 
 private:
     friend class Effect;
-    using EntryPoint = struct K_TypeIF* (*)(audioMasterCallback);
+    using EntryPoint = class K_TypeIF* (*)(audioMasterCallback);
 
     EntryPoint getinterface;
 };

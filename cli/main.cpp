@@ -79,9 +79,7 @@ void report(const RenderSettings& settings, const RenderResult& result)
                      static_cast<long long>(result.limited));
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     CLI::App app("wail: renders audio files through the Wail effect, an envelope-swept comb filter.", "wail");
     app.require_subcommand(1);
@@ -89,15 +87,24 @@ int main(int argc, char** argv)
     addRender(app, settings);
     try {
         app.parse(argc, argv);
-        report(settings, render(settings));
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
         std::fprintf(stderr, "error: %s; try wail --help\n", error.what());
         return kWrongCommandLine;
+    }
+    report(settings, render(settings));
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         return kFailed;
     }
-    return 0;
 }

@@ -11,7 +11,7 @@ double ParamCurve::map(float p) const noexcept
     const bool falling = valueAtZero > valueAtOne;
     const double low = falling ? valueAtOne : valueAtZero;
     const double high = falling ? valueAtZero : valueAtOne;
-    const float span = static_cast<float>(high - low);
+    const auto span = static_cast<float>(high - low);
     return static_cast<float>(low) + shape(falling ? 1.0f - p : p) * span;
 }
 
