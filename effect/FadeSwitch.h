@@ -1,42 +1,42 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 // A switch that never clicks: a change of its parameter fades the output out over length samples, takes
 // place in silence, and fades the output in again. The gains of a whole transition are
 //
 //     1, (N-1)/N, ..., 1/N,    0, 1/N, ..., (N-1)/N,    1        N = length: 16 ms or just under
 //
-// with the new value in force from the 0 on. A transition may span any number of blocks.
+// with the new value in force from the 0 on. A transition may span any number of blocks. The switch is
+// asked for one state at a time: its gain and how long it lasts.
 struct FadeSwitch {
-    // sampleRate: Hz, 62.5 or more. value: what the parameter stands at. May throw std::bad_alloc.
-    FadeSwitch(double sampleRate, float value);
-    FadeSwitch(const FadeSwitch&) = delete;
-    FadeSwitch& operator=(const FadeSwitch&) = delete;
-    ~FadeSwitch();
-
     enum State : std::int32_t { kIdle = 0, kFadingOut = 1, kFadingIn = 2 };
 
-    // On/Off. Fills gains and valueBuffer for the next frames samples, given the parameter's value now. A
-    // change during the fade-in turns it into a fade-out from the same index.
-    void runOnOff(float value, double* gains, std::int32_t frames) noexcept;
+    // The gain k samples on, while the state lasts. The count is a whole number, so it is exact, and the
+    // product is the same wherever a block begins.
+    struct Gain {
+        double first;
+        double perSample;  // -1, 0 or 1
+        double unit;
 
-    // Invert. Fills gains for the next frames samples, given the parameter's value now and the one that the
-    // sweep is set up for. A change during the fade-out joins the running transition; one that comes after
-    // its silent point, and is not taken back before its end, gets a transition of its own right behind it.
-    void runInvert(float value, float applied, double* gains, std::int32_t frames) noexcept;
+        double at(double k) const noexcept { return (first + k * perSample) * unit; }
+    };
 
-    std::int32_t length;                   // samples in one fade, 1 or more
-    double level = 1.0;                    // gain while no fade runs
-    std::unique_ptr<double[]> fadeIn;      // length gains, rising from 0
-    std::unique_ptr<double[]> fadeOut;     // length gains, falling from 1
-    std::int32_t position = 0;             // index within the running fade
-    std::int32_t lastBlockSize = 0;        // samples that valueBuffer was made for
-    float lastValue;                       // parameter value last seen
-    std::unique_ptr<float[]> valueBuffer;  // On/Off value in force at each sample of a block
-    std::int32_t state = kIdle;
+    // sampleRate: Hz, 62.5 or more. value: what the parameter stands at.
+    FadeSwitch(double sampleRate, float value) noexcept;
 
-private:
-    double nextGain() noexcept;
+    Gain gain() const noexcept;
+    std::int32_t samplesLeft() const noexcept;  // of this state, 1 or more
+
+    // At the first sample of the fade-in: its gain is 0.
+    bool isSilent() const noexcept { return state == kFadingIn && position == 0; }
+
+    // Moves on by at most samplesLeft samples.
+    void advance(std::int32_t samples) noexcept;
+
+    std::int32_t length;         // samples in one fade, 1 or more
+    double step;                 // 1 / length
+    std::int32_t position = 0;   // index within the running fade
+    float lastValue;             // parameter value last seen
+    std::int32_t state = kIdle;  // set to kFadingOut to start a transition
 };

@@ -34,9 +34,7 @@ Wail::~Wail()
     dryCurve.reset();
     wetCurve.reset();
     onOffSwitch.reset();
-    onOffRamp.reset();
     invertSwitch.reset();
-    invertRamp.reset();
 }
 
 bool Wail::getEffectName(char* name)

@@ -49,8 +49,11 @@ public:
     void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
 
     // inputs[0], outputs[0]: sampleFrames samples each; they may be the same buffer. sampleFrames: free to
-    // change from call to call; below 0 nothing happens. Copies the input when no rate is set yet, or when
-    // there is no memory for the gains of a block; allocates only when sampleFrames changes.
+    // change from call to call; below 0 nothing happens. Copies the input when no rate is set yet. Never
+    // allocates.
+    //
+    // It recovers from whatever it is sent: in a block in which a sample or a state was not finite, the
+    // output samples that are not finite become 0, and the next block starts as after long silence.
     void processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames) override;
 
     // Keep and give any value unchanged; an index out of range is ignored and reads 0.
@@ -99,11 +102,15 @@ private:
     struct RateObjects;
     void adopt(RateObjects&& built) noexcept;
 
-    bool fitBlockBuffers(VstInt32 frames) noexcept;
+    struct Glides;
+    struct Run;
     void mapChangedParameters() noexcept;
-    void runSwitches(VstInt32 frames);
-    void processSamples(const double* input, double* output, VstInt32 frames);
-    void finishBlock(VstInt32 frames) noexcept;
+    void updateSwitches();
+    bool processRuns(const double* input, double* output, VstInt32 frames);
+    bool processRun(const Run& run, const Glides& glides) noexcept;
+    bool statesAreFinite() const noexcept;
+    void recover(double* output, VstInt32 frames) noexcept;
+    void finishBlock() noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
     double readLine(double delay) const noexcept;
@@ -141,10 +148,8 @@ private:
 
     bool firstBlock = true;
     std::unique_ptr<FadeSwitch> onOffSwitch;
-    std::unique_ptr<double[]> onOffRamp;  // gain of each sample of a block
     std::unique_ptr<FadeSwitch> invertSwitch;
-    std::unique_ptr<double[]> invertRamp;  // gain of each sample of a block
-    float appliedInvert = 0.0f;            // "Invert" value that the sweep is set up for
+    float appliedInvert = 0.0f;  // "Invert" value that the sweep is set up for
 
     std::unique_ptr<double[]> delayLine;  // circular, delayLength samples
     VstInt32 writeIndex = 0;              // entry of the current sample; the oldest until it is written
@@ -167,5 +172,4 @@ private:
     double wetTarget = 0.0;
     double initialRelease = 0.9;  // releaseCoef until the first block
     double wetDelayGain = 1.5;    // weight of the delayed signal in the wet mix
-    VstInt32 lastBlockSize = 0;   // samples that the ramps were made for
 };

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
-#include <new>
 
 namespace
 {
@@ -23,7 +22,29 @@ struct Glide {
     double step;
 };
 
+// 0, or not-a-number for a value that is not finite: sums of these hold on to the fact.
+double strangeness(double value)
+{
+    return value - value;
+}
+
 }  // namespace
+
+// The glided values of a block.
+struct Wail::Glides {
+    Glide sense, range, reso, dry, wet;
+};
+
+// Samples of a block in which neither switch changes its state.
+struct Wail::Run {
+    const double* input;
+    double* output;
+    VstInt32 first;   // place of the first sample in its block
+    VstInt32 length;  // samples
+    bool effectOn;    // the effect is produced, not the dry input
+    FadeSwitch::Gain onOff;
+    FadeSwitch::Gain invert;
+};
 
 void Wail::processReplacing(float** /*inputs*/, float** /*outputs*/, VstInt32 /*sampleFrames*/) {}
 
@@ -32,34 +53,17 @@ void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sa
     if (sampleFrames < 0)
         return;
     const std::lock_guard lock(paramMutex);
-    if (delayLine == nullptr || !fitBlockBuffers(sampleFrames)) {
+    if (delayLine == nullptr) {
         if (sampleFrames > 0 && inputs[0] != outputs[0])
             std::copy_n(inputs[0], sampleFrames, outputs[0]);
         return;
     }
     const FlushToZero flushToZero;
     mapChangedParameters();
-    runSwitches(sampleFrames);
-    if (sampleFrames > 0)
-        processSamples(inputs[0], outputs[0], sampleFrames);
-    finishBlock(sampleFrames);
-}
-
-// Makes the gain buffers anew for another block length; false, with nothing changed, where there is no
-// memory for them.
-bool Wail::fitBlockBuffers(VstInt32 frames) noexcept
-{
-    if (frames == lastBlockSize && frames == onOffSwitch->lastBlockSize)
-        return true;
-    std::unique_ptr<double[]> newOnOffRamp(new (std::nothrow) double[frames]);
-    std::unique_ptr<double[]> newInvertRamp(new (std::nothrow) double[frames]);
-    std::unique_ptr<float[]> newValues(new (std::nothrow) float[frames]);
-    if (newOnOffRamp == nullptr || newInvertRamp == nullptr || newValues == nullptr)
-        return false;
-    onOffRamp = std::move(newOnOffRamp);
-    invertRamp = std::move(newInvertRamp);
-    onOffSwitch->valueBuffer = std::move(newValues);
-    return true;
+    updateSwitches();
+    if (sampleFrames > 0 && !processRuns(inputs[0], outputs[0], sampleFrames))
+        recover(outputs[0], sampleFrames);
+    finishBlock();
 }
 
 // A curve costs a power or two, so only those of parameters that moved are evaluated.
@@ -79,7 +83,9 @@ void Wail::mapChangedParameters() noexcept
         releaseCoef = std::pow(envelopeCurve->map(fEnvelope), kReleaseRate / lastSampleRate);
 }
 
-void Wail::runSwitches(VstInt32 frames)
+// A change of On/Off in its fade-in turns it into a fade-out from the same index; a change of Invert never
+// disturbs a transition.
+void Wail::updateSwitches()
 {
     if (firstBlock) {  // nothing was heard yet, so there is nothing to fade
         onOffSwitch->lastValue = fOnOff;
@@ -87,34 +93,83 @@ void Wail::runSwitches(VstInt32 frames)
         setInvert();
         firstBlock = false;
     }
-    onOffSwitch->runOnOff(fOnOff, onOffRamp.get(), frames);
-    invertSwitch->runInvert(fInvert, appliedInvert, invertRamp.get(), frames);
+    if (fOnOff != onOffSwitch->lastValue)
+        onOffSwitch->state = FadeSwitch::kFadingOut;
+    if (fInvert != invertSwitch->lastValue && invertSwitch->state == FadeSwitch::kIdle)
+        invertSwitch->state = FadeSwitch::kFadingOut;
+    onOffSwitch->lastValue = fOnOff;
+    invertSwitch->lastValue = fInvert;
 }
 
-void Wail::processSamples(const double* input, double* output, VstInt32 frames)
+// Cuts the block where a switch changes its state. Answers whether all was finite.
+bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
 {
     const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
-    const Glide sense(senseStart, senseTarget, inc);
-    const Glide range(rangeStart, rangeTarget, inc);
-    const Glide reso(resoStart, resoTarget, inc);
-    const Glide dry(dryStart, dryTarget, inc);
-    const Glide wet(wetStart, wetTarget, inc);
-    const float* const onOff = onOffSwitch->valueBuffer.get();
-
-    for (VstInt32 i = 0; i < frames; ++i) {
-        const double n = i;
-        const double x = input[i];
-        if (invertRamp[i] <= 0.0)
-            setInvert();  // the output is silent here
-
-        const double e = followLevel(x, sense.at(n));
-        const double y = readLine(delayFor(e, range.at(n)));
-        if (onOff[i] == 1.0f)
-            output[i] = invertRamp[i] * onOffRamp[i] * (dry.at(n) * x + wet.at(n) * (x - wetDelayGain * y));
-        else
-            output[i] = onOffRamp[i] * x;
-        writeLine(x - reso.at(n) * y);
+    const Glides glides{{senseStart, senseTarget, inc},
+                        {rangeStart, rangeTarget, inc},
+                        {resoStart, resoTarget, inc},
+                        {dryStart, dryTarget, inc},
+                        {wetStart, wetTarget, inc}};
+    bool finite = true;
+    VstInt32 length = 0;
+    for (VstInt32 first = 0; first < frames; first += length) {
+        length = std::min({frames - first, onOffSwitch->samplesLeft(), invertSwitch->samplesLeft()});
+        if (invertSwitch->isSilent())
+            setInvert();
+        // While On/Off fades out, the value before the change is still in force.
+        const bool effectOn = (fOnOff == 1.0f) != (onOffSwitch->state == FadeSwitch::kFadingOut);
+        finite &= processRun({input + first, output + first, first, length, effectOn, onOffSwitch->gain(),
+                              invertSwitch->gain()},
+                             glides);
+        onOffSwitch->advance(length);
+        invertSwitch->advance(length);
+        if (invertSwitch->state == FadeSwitch::kIdle && fInvert != appliedInvert)
+            invertSwitch->state = FadeSwitch::kFadingOut;  // it changed after the silent point
     }
+    return finite && statesAreFinite();
+}
+
+bool Wail::processRun(const Run& run, const Glides& glides) noexcept
+{
+    double strange = 0.0;
+    for (VstInt32 i = 0; i < run.length; ++i) {
+        const double n = run.first + i;
+        const double x = run.input[i];
+        const double e = followLevel(x, glides.sense.at(n));
+        const double y = readLine(delayFor(e, glides.range.at(n)));
+        const double onOff = run.onOff.at(i);
+        const double out = run.effectOn
+                               ? run.invert.at(i) * onOff *
+                                     (glides.dry.at(n) * x + glides.wet.at(n) * (x - wetDelayGain * y))
+                               : onOff * x;
+        const double v = x - glides.reso.at(n) * y;
+        run.output[i] = out;
+        writeLine(v);
+        strange += strangeness(out) + strangeness(v);
+    }
+    return strange == 0.0;
+}
+
+// What is not finite in the detector or the envelope stays there, so the end of a block tells.
+bool Wail::statesAreFinite() const noexcept
+{
+    double strange = strangeness(envelope) + strangeness(envelopeSmoother->z1);
+    for (const auto& section : {detectorShelf.get(), detectorHighpass.get()})
+        strange += strangeness(section->z1) + strangeness(section->z2);
+    return strange == 0.0;
+}
+
+// Nothing that is not finite is heard, and nothing of it is left: the next block starts as after long
+// silence. Glides, switches and the write position go on.
+void Wail::recover(double* output, VstInt32 frames) noexcept
+{
+    const auto notFinite = [](double sample) { return !std::isfinite(sample); };
+    std::replace_if(output, output + frames, notFinite, 0.0);
+    std::fill_n(delayLine.get(), delayLength, 0.0);
+    detectorShelf->refresh();
+    detectorHighpass->refresh();
+    envelopeSmoother->refresh();
+    envelope = 0.0;
 }
 
 // The envelope of the level, which rises at once and falls by releaseCoef a sample, smoothed: 0 .. 1.
@@ -163,7 +218,7 @@ void Wail::writeLine(double sample) noexcept
         writeIndex = 0;
 }
 
-void Wail::finishBlock(VstInt32 frames) noexcept
+void Wail::finishBlock() noexcept
 {
     lastSense = fSense;
     lastReso = fReso;
@@ -175,5 +230,4 @@ void Wail::finishBlock(VstInt32 frames) noexcept
     resoStart = resoTarget;
     dryStart = dryTarget;
     wetStart = wetTarget;
-    lastBlockSize = frames;
 }

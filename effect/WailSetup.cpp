@@ -100,7 +100,6 @@ void Wail::setSampleRate(float newSampleRate)
     setInvert();
     onOffSwitch->lastValue = fOnOff;
     invertSwitch->lastValue = appliedInvert;  // what the sweep really stands at, whatever the host sets now
-    lastBlockSize = 0;
     resume();
 }
 

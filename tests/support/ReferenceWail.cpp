@@ -110,6 +110,7 @@ void ReferenceWail::process(const double* input, double* output, int frames)
     std::array<double, 5> step;
     for (std::size_t v = 0; v < 5; ++v)
         step[v] = (to[v] - from[v]) * inc;
+    bool finite = true;
     for (int i = 0; i < frames; ++i) {
         const auto glided = [&](std::size_t v) { return from[v] + i * step[v]; };
         const double x = input[i];
@@ -136,9 +137,19 @@ void ReferenceWail::process(const double* input, double* output, int frames)
         };
         const double y = back(D) + (back(D + 1) - back(D)) * (delay - static_cast<double>(D));
         const double wet = glided(3) * x + glided(4) * (x - 1.5 * y);
-        line[static_cast<std::size_t>(written % length)] = x - glided(2) * y;
-        ++written;
+        const double v = x - glided(2) * y;
+        line[static_cast<std::size_t>(written++ % length)] = v;
         output[i] = on == 1.0f ? invert.gain * onOff.gain * wet : onOff.gain * x;
+        for (const double signal : {x, shelf.z1, highpass.z1, envelope, e, v, output[i]})
+            finite = finite && std::isfinite(signal);
+    }
+    if (!finite) {
+        std::replace_if(
+            output, output + frames, [](double s) { return !std::isfinite(s); }, 0.0);
+        for (Section* section : {&shelf, &highpass, &smoother})
+            section->z1 = section->z2 = 0.0;
+        envelope = 0.0;
+        resume();
     }
     mapped = parameters;
     from = to;
