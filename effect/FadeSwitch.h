@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 // A switch that never clicks: a change of its parameter fades the output out over length samples, takes
 // place in silence, and fades the output in again. The gains of a whole transition are
@@ -25,14 +26,34 @@ struct FadeSwitch {
     // sampleRate: Hz, 62.5 or more. value: what the parameter stands at.
     FadeSwitch(double sampleRate, float value) noexcept;
 
-    Gain gain() const noexcept;
-    std::int32_t samplesLeft() const noexcept;  // of this state, 1 or more
+    Gain gain() const noexcept
+    {
+        if (state == kIdle)
+            return {1.0, 0.0, 1.0};
+        return state == kFadingOut ? Gain{static_cast<double>(length - position), -1.0, step}
+                                   : Gain{static_cast<double>(position), 1.0, step};
+    }
+
+    // Samples of this state, 1 or more.
+    std::int32_t samplesLeft() const noexcept
+    {
+        return state == kIdle ? std::numeric_limits<std::int32_t>::max() : length - position;
+    }
 
     // At the first sample of the fade-in: its gain is 0.
     bool isSilent() const noexcept { return state == kFadingIn && position == 0; }
 
     // Moves on by at most samplesLeft samples.
-    void advance(std::int32_t samples) noexcept;
+    void advance(std::int32_t samples) noexcept
+    {
+        if (state == kIdle)
+            return;
+        position += samples;
+        if (position == length) {
+            position = 0;
+            state = state == kFadingOut ? kFadingIn : kIdle;
+        }
+    }
 
     std::int32_t length;         // samples in one fade, 1 or more
     double step;                 // 1 / length

@@ -3,6 +3,7 @@
 #include "effect/FadeSwitch.h"
 #include "effect/ParamCurve.h"
 #include "effect/RecursiveMutex.h"
+#include "effect/StagedRun.h"
 #include "effect/WailProgram.h"
 #include "filter/IIRFilter.h"
 #include "host/K_TypeBase.h"
@@ -102,19 +103,29 @@ private:
     struct RateObjects;
     void adopt(RateObjects&& built) noexcept;
 
-    struct Glides;
     struct Run;
+    void setRelease(double factor) noexcept;
     void mapChangedParameters() noexcept;
     void updateSwitches();
     bool processRuns(const double* input, double* output, VstInt32 frames);
-    bool processRun(const Run& run, const Glides& glides) noexcept;
-    bool statesAreFinite() const noexcept;
-    void recover(double* output, VstInt32 frames) noexcept;
-    void finishBlock() noexcept;
+    bool gainsAreModerate() const noexcept;
+    bool gainsRest() const noexcept;
+    void stageDetector() noexcept;
+    void stageGains(double inc) noexcept;
+    double processPairs(const Run& run, bool resting) noexcept;
+    double processSamples(const Run& run, VstInt32 from) noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
-    double readLine(double delay) const noexcept;
-    void writeLine(double sample) noexcept;
+    double readLine(VstInt32 entry, double delay) const noexcept;
+    void advanceLine(VstInt32 samples) noexcept;
+    bool lineIsModerate() const noexcept;
+    bool detectorIsModerate() const noexcept;
+    bool detectorIsFinite() const noexcept;
+    void recover(double* output, VstInt32 frames) noexcept;
+    void finishBlock() noexcept;
+
+    double* lineEntry(VstInt32 k) const noexcept { return delayLine.get() + lineMargin + k; }
+    void clearLine() noexcept;
 
     RecursiveMutex paramMutex;  // one block, or one parameter's two stores
     std::unique_ptr<WailProgram[]> programs;
@@ -151,7 +162,9 @@ private:
     std::unique_ptr<FadeSwitch> invertSwitch;
     float appliedInvert = 0.0f;  // "Invert" value that the sweep is set up for
 
-    std::unique_ptr<double[]> delayLine;  // circular, delayLength samples
+    std::unique_ptr<double[]> delayLine;  // circular, delayLength samples after lineMargin ones of room
+    VstInt32 lineMargin = 0;              // samples: the longest delay of parameters in 0 .. 1, and 2
+    bool memoryIsModerate = true;         // line and detector allow the quick form of the sample path
     VstInt32 writeIndex = 0;              // entry of the current sample; the oldest until it is written
     double envelope = 0.0;                // level followed, 0 .. 1
     double releaseCoef = 0.0;             // the envelope's fall, a factor per sample
@@ -172,4 +185,6 @@ private:
     double wetTarget = 0.0;
     double initialRelease = 0.9;  // releaseCoef until the first block
     double wetDelayGain = 1.5;    // weight of the delayed signal in the wet mix
+
+    StagedRun staged{};  // all of this again, as the quick form of the sample path reads it
 };

@@ -1,5 +1,7 @@
 #include "effect/Wail.h"
 
+#include "effect/WailRun.h"
+
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -57,7 +59,9 @@ std::unique_ptr<ParamCurve> makeCurve(double valueAtZero, double valueAtOne, flo
 // All that needs memory for one sample rate, so that it is had as a whole before anything old goes.
 struct Wail::RateObjects {
     explicit RateObjects(double rate)
-        : delayLength(static_cast<VstInt32>(rate * kDelayLineSeconds)), delayLine(new double[delayLength]),
+        : delayLength(static_cast<VstInt32>(rate * kDelayLineSeconds)),
+          lineMargin(static_cast<VstInt32>(rate * (kUpward.base + kUpward.depth)) + 2),
+          delayLine(new double[lineMargin + delayLength]),
           senseCurve(makeCurve(0.630957344, 3.16)),                    // -4 dB to +10 dB
           rangeCurve(makeCurve(0.75, 1.0, 0.5f)),                      // setInvert sets the low end
           envelopeCurve(makeCurve(0.9, 0.999908444471572)),            // per sample at 48 kHz; 32764/32767
@@ -73,6 +77,7 @@ struct Wail::RateObjects {
     }
 
     VstInt32 delayLength;
+    VstInt32 lineMargin;
     std::unique_ptr<double[]> delayLine;
     std::unique_ptr<ParamCurve> senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
     std::unique_ptr<IIRFilter> detectorShelf, detectorHighpass, envelopeSmoother;
@@ -91,7 +96,8 @@ void Wail::setSampleRate(float newSampleRate)
     }
     lastSampleRate = rate;
 
-    releaseCoef = initialRelease;
+    stageDetector();
+    setRelease(initialRelease);
     writeIndex = 0;
     envelope = 0.0;
     senseTarget = rangeTarget = resoTarget = dryTarget = wetTarget = 0.0;
@@ -106,6 +112,7 @@ void Wail::setSampleRate(float newSampleRate)
 void Wail::adopt(RateObjects&& built) noexcept
 {
     delayLength = built.delayLength;
+    lineMargin = built.lineMargin;
     delayLine = std::move(built.delayLine);
     senseCurve = std::move(built.senseCurve);
     rangeCurve = std::move(built.rangeCurve);
@@ -120,11 +127,35 @@ void Wail::adopt(RateObjects&& built) noexcept
     invertSwitch = std::move(built.invertSwitch);
 }
 
+// What the quick form of the sample path takes from the detector and never changes.
+void Wail::stageDetector() noexcept
+{
+    const IIRFilter::Coefficients& shelf = detectorShelf->coef;
+    const IIRFilter::Coefficients& highpass = detectorHighpass->coef;
+    staged.sectionsB0 = Pair{shelf.b0, highpass.b0};
+    staged.sectionsB1 = Pair{shelf.b1, highpass.b1};
+    staged.sectionsFb1 = Pair{shelf.fb1, highpass.fb1};
+    staged.detectorGain = inBothLanes(kDetectorGain);
+    staged.wetDelayGain = inBothLanes(wetDelayGain);
+    staged.one = inBothLanes(1.0);
+}
+
+void Wail::setRelease(double factor) noexcept
+{
+    releaseCoef = factor;
+    staged.releaseCoef = inBothLanes(factor);
+}
+
 void Wail::resume()
 {
-    if (delayLine != nullptr)
-        std::fill_n(delayLine.get(), delayLength, 0.0);
+    clearLine();
     K_TypeBase::resume();
+}
+
+void Wail::clearLine() noexcept
+{
+    if (delayLine != nullptr)
+        std::fill_n(delayLine.get(), lineMargin + delayLength, 0.0);
 }
 
 void Wail::setInvert()
@@ -137,6 +168,11 @@ void Wail::setInvert()
     rangeCurve->valueAtOne = 1.0;
     filterPrm_tag smoother = sectionOf(kOnePole, sweep.smootherFreq, 0.0, lastSampleRate);
     envelopeSmoother->FDexcute(&smoother);
+    staged.sweepBase = inBothLanes(sweepBase);
+    staged.sweepDepth = inBothLanes(sweepDepth);
+    staged.sweepSign = inBothLanes(invert == 1.0f ? 0.0 : -0.0);
+    staged.smootherPole = envelopeSmoother->coef.b0;
+    staged.smootherInput = envelopeSmoother->coef.fb1;
     rangeTarget = rangeCurve->map(fRange);
     appliedInvert = invert;
 }

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+
+// Two samples side by side, for everything that does not wait for the sample before. Every compiler for
+// x86-64 and AArch64 has instructions for such a pair; each of its two lanes rounds as a double does.
+using Pair [[gnu::vector_size(16)]] = double;
+
+inline Pair inBothLanes(double value)
+{
+    return Pair{value, value};
+}
+
+// A value that moves linearly: start + n step at sample n of its block, in both lanes.
+struct PairGlide {
+    Pair start;
+    Pair step;
+};
+
+// The longest run, in samples: so much the stages keep between them.
+inline constexpr std::ptrdiff_t kMaxStagedFrames = 512;
+
+// The shortest, for which all stages have work at once.
+inline constexpr std::ptrdiff_t kMinStagedFrames = 14;
+
+// What stands still in a run of samples, in both lanes where pairs need it.
+struct StagedRun {
+    PairGlide sense, range, reso, dry, wet;
+    PairGlide onOffGain, invertGain;  // whole numbers, to be multiplied by the two units
+    Pair onOffUnit, invertUnit;
+    Pair sectionsB0, sectionsB1, sectionsFb1;  // of the shelf and the high-pass, a lane each
+    Pair detectorGain;
+    Pair releaseCoef;
+    Pair sweepBase;   // samples
+    Pair sweepDepth;  // samples
+    Pair sweepSign;   // -0: louder is shorter; 0: louder is longer
+    Pair wetDelayGain;
+    Pair zero, one;  // as unknowns: g++ makes one instruction of `a < b ? a : b` only where it knows neither
+    double smootherPole, smootherInput;
+    bool scaled;    // the switches' gains count
+    bool effectOn;  // the effect is produced, not the dry input
+};
+
+// What a sample hands to the next.
+struct StagedState {
+    double shelf;
+    double highpass;
+    double envelope;
+    double smoothed;
+};
+
+// The sample path of one run, two samples at a time, in four stages:
+//
+//     detect   the two sections; they need the sample before, and run side by side, a lane each
+//     follow   the envelope and its smoother, which need the sample before as well
+//     place    from the smoothed envelope to a place in the line
+//     mix      the line read and written, and the output
+//
+// Each stage works four samples behind the one before, so that a processor finds independent work while the
+// recurrences make it wait: they alone bound the time of a sample. Every operation and its order are those
+// of the formulas in Wail.h, and so are the bits.
+//
+// kMoving: a value glides or a switch fades; without it steps do not count. run: no sample stored is part of
+// it, hence `__restrict`. input, output: frames samples each; they may be the same buffer. line: the entry
+// of the first sample; frames entries from there on, and older ones before it. first: place of the first
+// sample in its block. frames: even, kMinStagedFrames .. kMaxStagedFrames. Answers the largest magnitude of
+// the input; what is no number does not count.
+//
+// The caller sees to it that the delay of any finite input lies within the line: nothing here limits it.
+// What is no number reads as delay 0.
+template <bool kMoving>
+double processStaged(const StagedRun& __restrict run, StagedState& state, const double* input, double* output,
+                     double* line, std::ptrdiff_t first, std::ptrdiff_t frames) noexcept;

@@ -1,0 +1,182 @@
+#include "effect/WailRun.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+bool isModerate(double value)
+{
+    return std::fabs(value) <= kModerate;
+}
+
+PairGlide glide(double start, double target, double inc)
+{
+    return {inBothLanes(start), inBothLanes((target - start) * inc)};
+}
+
+// n counts from the block's first sample, as it does for the glides.
+PairGlide glide(const FadeSwitch::Gain& gain, VstInt32 first)
+{
+    return {inBothLanes(gain.first - first * gain.perSample), inBothLanes(gain.perSample)};
+}
+
+double at(const PairGlide& glide, double n)
+{
+    return glide.start[0] + n * glide.step[0];
+}
+
+// Whether a glide stays in 0 .. high.
+bool staysWithin(double start, double target, double high)
+{
+    return start >= 0.0 && target >= 0.0 && start <= high && target <= high;
+}
+
+}  // namespace
+
+// Whether the gains are such as parameters in 0 .. 1 give, so that moderate samples stay moderate.
+bool Wail::gainsAreModerate() const noexcept
+{
+    return staysWithin(senseStart, senseTarget, 10.0) && staysWithin(rangeStart, rangeTarget, 1.0) &&
+           staysWithin(resoStart, resoTarget, 0.95) && staysWithin(dryStart, dryTarget, 1.0) &&
+           staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
+}
+
+bool Wail::gainsRest() const noexcept
+{
+    return senseStart == senseTarget && rangeStart == rangeTarget && resoStart == resoTarget &&
+           dryStart == dryTarget && wetStart == wetTarget;
+}
+
+// The glides of a block, which stand even when the silent point of a switch gives a new target. inc: of a
+// whole glide, what one sample does.
+void Wail::stageGains(double inc) noexcept
+{
+    staged.sense = glide(senseStart, senseTarget, inc);
+    staged.range = glide(rangeStart, rangeTarget, inc);
+    staged.reso = glide(resoStart, resoTarget, inc);
+    staged.dry = glide(dryStart, dryTarget, inc);
+    staged.wet = glide(wetStart, wetTarget, inc);
+}
+
+// The quick form of processSamples, for moderate gains and a moderate memory; short runs and a last odd
+// sample go the plain way.
+double Wail::processPairs(const Run& run, bool resting) noexcept
+{
+    if (run.length < kMinStagedFrames)
+        return processSamples(run, 0);
+    const bool fading = run.onOff.perSample != 0.0 || run.invert.perSample != 0.0;
+    staged.effectOn = run.effectOn;
+    staged.scaled = fading || !run.effectOn;
+    if (staged.scaled) {
+        const FadeSwitch::Gain invert = run.effectOn ? run.invert : FadeSwitch::Gain{1.0, 0.0, 1.0};
+        staged.onOffGain = glide(run.onOff, run.first);
+        staged.onOffUnit = inBothLanes(run.onOff.unit);
+        staged.invertGain = glide(invert, run.first);
+        staged.invertUnit = inBothLanes(invert.unit);
+    }
+
+    StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
+    const VstInt32 paired = run.length - run.length % 2;
+    const auto process = resting && !fading ? processStaged<false> : processStaged<true>;
+    const double peak = process(staged, state, run.input, run.output, run.line, run.first, paired);
+    detectorShelf->z1 = state.shelf;
+    detectorHighpass->z1 = state.highpass;
+    envelope = state.envelope;
+    envelopeSmoother->z1 = state.smoothed;
+    return paired == run.length ? peak : std::max(peak, processSamples(run, paired));
+}
+
+// The samples of a run from the one numbered from on, as the formulas have them. Answers the largest
+// magnitude of the input, what is no number left out.
+double Wail::processSamples(const Run& run, VstInt32 from) noexcept
+{
+    double peak = 0.0;
+    for (VstInt32 i = from; i < run.length; ++i) {
+        const double n = run.first + i;
+        const double x = run.input[i];
+        const double e = followLevel(x, at(staged.sense, n));
+        const double y = readLine(writeIndex + i, delayFor(e, at(staged.range, n)));
+        const double onOff = run.onOff.at(i);
+        run.output[i] = run.effectOn
+                            ? run.invert.at(i) * onOff *
+                                  (at(staged.dry, n) * x + at(staged.wet, n) * (x - wetDelayGain * y))
+                            : onOff * x;
+        run.line[i] = x - at(staged.reso, n) * y;
+        peak = std::max(peak, std::fabs(x));
+    }
+    return peak;
+}
+
+// The envelope of the level, which rises at once and falls by releaseCoef a sample, smoothed: 0 .. 1.
+double Wail::followLevel(double x, double sense) noexcept
+{
+    double t = x;
+    detectorShelf->iirProcessing(&t);
+    t *= kDetectorGain;
+    detectorHighpass->iirProcessing(&t);
+
+    double level = std::fabs(sense * t);
+    if (level > 1.0)
+        level = 1.0;
+    if (envelope > level)
+        level = releaseCoef * envelope;
+    envelope = level;
+
+    envelopeSmoother->iirProcessing(&level);
+    return level;
+}
+
+// In samples, limited to the line; parameters beyond 0 .. 1 can ask for more, or for not-a-number.
+double Wail::delayFor(double e, double range) const noexcept
+{
+    const double m = appliedInvert == 1.0f ? e * range : (0.0 - e) * range;
+    const double p = sweepBase + sweepDepth * m;
+    return p > 0.0 ? std::min(p, static_cast<double>(delayLength - 1)) : 0.0;
+}
+
+// What the line held delay samples before the sample of the given entry: linear between entry k and the one
+// a sample older. A delay below 1 blends the oldest entry, which the current sample is about to replace,
+// with the newest.
+double Wail::readLine(VstInt32 entry, double delay) const noexcept
+{
+    const auto D = static_cast<VstInt32>(delay);
+    VstInt32 k = entry - D;
+    if (k < 0)
+        k += delayLength;
+    const VstInt32 j = k == 0 ? delayLength - 1 : k - 1;
+    const double newer = *lineEntry(k);
+    return newer + (*lineEntry(j) - newer) * (delay - D);
+}
+
+// Moves on by samples entries, at most up to the line's end; there its newest part is repeated before its
+// start, where delays are read in one piece.
+void Wail::advanceLine(VstInt32 samples) noexcept
+{
+    writeIndex += samples;
+    if (writeIndex == delayLength) {
+        std::copy_n(lineEntry(delayLength - lineMargin), lineMargin, lineEntry(-lineMargin));
+        writeIndex = 0;
+    }
+}
+
+bool Wail::lineIsModerate() const noexcept
+{
+    return std::all_of(lineEntry(0), lineEntry(delayLength), isModerate);
+}
+
+// An envelope and a smoother beyond 1 come from parameters beyond it; a smoother's rounding alone stays far
+// below the margin given here.
+bool Wail::detectorIsModerate() const noexcept
+{
+    return isModerate(detectorShelf->z1) && isModerate(detectorHighpass->z1) && envelope >= 0.0 &&
+           envelope <= 1.0 && envelopeSmoother->z1 >= 0.0 && envelopeSmoother->z1 <= 1.0 + 1e-9;
+}
+
+// What is not finite in the detector stays there, so the end of a block tells.
+bool Wail::detectorIsFinite() const noexcept
+{
+    return std::isfinite(detectorShelf->z1) && std::isfinite(detectorHighpass->z1) &&
+           std::isfinite(envelope) && std::isfinite(envelopeSmoother->z1);
+}
