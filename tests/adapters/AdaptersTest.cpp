@@ -132,14 +132,15 @@ TEST_F(Lv2, TakesTheRatesOfTheEffectAndForgetsEverythingWhenActivated)
 TEST_F(Lv2, DescribesTheParametersAndPresetsAsTheyAre)
 {
     const Plugin effect;
-    float defaults[9];
-    lilv_plugin_get_port_ranges_float(plugin(), nullptr, nullptr, defaults);
+    float minima[9], maxima[9], defaults[9];
+    lilv_plugin_get_port_ranges_float(plugin(), minima, maxima, defaults);
     std::map<std::string, std::size_t> indices;
     for (int index = 0; index < 7; ++index) {
         const LilvPort* const port = lilv_plugin_get_port_by_index(plugin(), static_cast<unsigned>(index));
         const std::shared_ptr<LilvNode> name(lilv_port_get_name(plugin(), port), lilv_node_free);
         EXPECT_EQ(lilv_node_as_string(name.get()), effect.text(effGetParamName, index));
         EXPECT_EQ(defaults[index], effect.get(index));
+        EXPECT_EQ(std::pair(minima[index], maxima[index]), std::pair(0.0f, 1.0f));
         indices[lilv_node_as_string(lilv_port_get_symbol(plugin(), port))] = static_cast<std::size_t>(index);
     }
 
