@@ -15,13 +15,20 @@ double ParamCurve::map(float p) const noexcept
     return static_cast<float>(low) + shape(falling ? 1.0f - p : p) * span;
 }
 
+// The first two powers of a single-precision number are exact in double precision, as pow has them too.
+double ParamCurve::power(double x) const noexcept
+{
+    if (exponent == 1.0f)
+        return x;
+    return exponent == 2.0f ? x * x : std::pow(x, static_cast<double>(exponent));
+}
+
 float ParamCurve::shape(float x) const noexcept
 {
     switch (mode) {
-    case 0: {
-        const double power = std::pow(static_cast<double>(x - center), static_cast<double>(exponent));
-        return static_cast<float>(static_cast<double>(offset) + static_cast<double>(scale) * power);
-    }
+    case 0:
+        return static_cast<float>(static_cast<double>(offset) +
+                                  static_cast<double>(scale) * power(static_cast<double>(x - center)));
     case 1: return std::pow(x, std::numbers::sqrt2_v<float>);
     case 2: {
         const float t = std::atan(scale);

@@ -31,4 +31,5 @@ struct ParamCurve {
 
 private:
     float shape(float x) const noexcept;
+    double power(double x) const noexcept;
 };

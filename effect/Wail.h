@@ -108,11 +108,9 @@ private:
     void mapChangedParameters() noexcept;
     void updateSwitches();
     bool processRuns(const double* input, double* output, VstInt32 frames);
-    bool gainsAreModerate() const noexcept;
-    bool gainsRest() const noexcept;
     void stageDetector() noexcept;
-    void stageGains(double inc) noexcept;
-    double processPairs(const Run& run, bool resting) noexcept;
+    void stageGains(VstInt32 frames) noexcept;
+    double processPairs(const Run& run) noexcept;
     double processSamples(const Run& run, VstInt32 from) noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
@@ -186,5 +184,7 @@ private:
     double initialRelease = 0.9;  // releaseCoef until the first block
     double wetDelayGain = 1.5;    // weight of the delayed signal in the wet mix
 
-    StagedRun staged{};  // all of this again, as the quick form of the sample path reads it
+    bool gainsMayMove = true;      // the next block prepares its glides; in a block, whether one glides
+    bool gainsAreModerate = true;  // as parameters in 0 .. 1 give them: moderate samples stay moderate
+    StagedRun staged{};            // all of this again, as the quick form of the sample path reads it
 };

@@ -43,17 +43,22 @@ void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sa
 // A curve costs a power or two, so only those of parameters that moved are evaluated.
 void Wail::mapChangedParameters() noexcept
 {
-    if (fSense != lastSense)
+    const auto changed = [this](float value, float last) {
+        const bool isNew = value != last;
+        gainsMayMove |= isNew;
+        return isNew;
+    };
+    if (changed(fSense, lastSense))
         senseTarget = senseCurve->map(fSense);
-    if (fReso != lastReso)
+    if (changed(fReso, lastReso))
         resoTarget = resoCurve->map(fReso);
-    if (fRange != lastRange)
+    if (changed(fRange, lastRange))
         rangeTarget = rangeCurve->map(fRange);
-    if (fBalance != lastBalance) {
+    if (changed(fBalance, lastBalance)) {
         dryTarget = dryCurve->map(fBalance);
         wetTarget = wetCurve->map(fBalance);
     }
-    if (fEnvelope != lastEnvelope)
+    if (changed(fEnvelope, lastEnvelope))
         setRelease(std::pow(envelopeCurve->map(fEnvelope), kReleaseRate / lastSampleRate));
 }
 
@@ -80,9 +85,9 @@ void Wail::updateSwitches()
 // gains and what the effect remembers are moderate, nothing can overflow, and only other runs are looked at.
 bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
 {
-    const bool moderate = memoryIsModerate && gainsAreModerate();
-    const bool resting = gainsRest();
-    stageGains(frames > 1 ? 1.0 / (frames - 1) : 0.0);
+    if (gainsMayMove)
+        stageGains(frames);
+    const bool moderate = memoryIsModerate && gainsAreModerate;
     bool allModerate = moderate;
     bool finite = true;
     VstInt32 length = 0;
@@ -101,7 +106,7 @@ bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
                       .effectOn = effectOn,
                       .onOff = onOffSwitch->gain(),
                       .invert = invertSwitch->gain()};
-        const double peak = moderate ? processPairs(run, resting) : processSamples(run, 0);
+        const double peak = moderate ? processPairs(run) : processSamples(run, 0);
         if (!moderate || peak > kModerate) {
             finite &= areFinite(run.output, length) && areFinite(run.line, length);
             allModerate = false;

@@ -35,34 +35,26 @@ bool staysWithin(double start, double target, double high)
 
 }  // namespace
 
-// Whether the gains are such as parameters in 0 .. 1 give, so that moderate samples stay moderate.
-bool Wail::gainsAreModerate() const noexcept
+// Prepares the glides of a block, which stand even when the silent point of a switch gives a new target.
+void Wail::stageGains(VstInt32 frames) noexcept
 {
-    return staysWithin(senseStart, senseTarget, 10.0) && staysWithin(rangeStart, rangeTarget, 1.0) &&
-           staysWithin(resoStart, resoTarget, 0.95) && staysWithin(dryStart, dryTarget, 1.0) &&
-           staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
-}
-
-bool Wail::gainsRest() const noexcept
-{
-    return senseStart == senseTarget && rangeStart == rangeTarget && resoStart == resoTarget &&
-           dryStart == dryTarget && wetStart == wetTarget;
-}
-
-// The glides of a block, which stand even when the silent point of a switch gives a new target. inc: of a
-// whole glide, what one sample does.
-void Wail::stageGains(double inc) noexcept
-{
+    const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
     staged.sense = glide(senseStart, senseTarget, inc);
     staged.range = glide(rangeStart, rangeTarget, inc);
     staged.reso = glide(resoStart, resoTarget, inc);
     staged.dry = glide(dryStart, dryTarget, inc);
     staged.wet = glide(wetStart, wetTarget, inc);
+    gainsMayMove = senseStart != senseTarget || rangeStart != rangeTarget || resoStart != resoTarget ||
+                   dryStart != dryTarget || wetStart != wetTarget;
+    gainsAreModerate = staysWithin(senseStart, senseTarget, 10.0) &&
+                       staysWithin(rangeStart, rangeTarget, 1.0) &&
+                       staysWithin(resoStart, resoTarget, 0.95) && staysWithin(dryStart, dryTarget, 1.0) &&
+                       staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
 }
 
 // The quick form of processSamples, for moderate gains and a moderate memory; short runs and a last odd
 // sample go the plain way.
-double Wail::processPairs(const Run& run, bool resting) noexcept
+double Wail::processPairs(const Run& run) noexcept
 {
     if (run.length < kMinStagedFrames)
         return processSamples(run, 0);
@@ -79,7 +71,7 @@ double Wail::processPairs(const Run& run, bool resting) noexcept
 
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
-    const auto process = resting && !fading ? processStaged<false> : processStaged<true>;
+    const auto process = gainsMayMove || fading ? processStaged<true> : processStaged<false>;
     const double peak = process(staged, state, run.input, run.output, run.line, run.first, paired);
     detectorShelf->z1 = state.shelf;
     detectorHighpass->z1 = state.highpass;

@@ -174,5 +174,6 @@ void Wail::setInvert()
     staged.smootherPole = envelopeSmoother->coef.b0;
     staged.smootherInput = envelopeSmoother->coef.fb1;
     rangeTarget = rangeCurve->map(fRange);
+    gainsMayMove = true;
     appliedInvert = invert;
 }
