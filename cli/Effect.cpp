@@ -1,21 +1,24 @@
 #include "cli/Effect.h"
 
 #include "cli/Error.h"
+#include "cli/Places.h"
 #include "host/K_TypeIF.h"
-#include "host/Opcodes.h"
 
 #include <dlfcn.h>
 
+#include <array>
+#include <cmath>
 #include <memory>
-
-#ifdef __APPLE__
-#include <mach-o/dyld.h>
-#endif
 
 namespace
 {
 
+namespace fs = std::filesystem;
+
 constexpr VstIntPtr kInterfaceVersion = 2400;
+constexpr double kMinSampleRate = 62.5;       // Hz: the plug-in ignores a rate beyond these
+constexpr double kMaxSampleRate = 3072000.0;  // Hz
+constexpr std::size_t kLongestText = 256;     // with room to spare
 
 // This host offers no services beyond telling its version.
 VstIntPtr answerEffect(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
@@ -26,42 +29,98 @@ VstIntPtr answerEffect(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/,
 
 }  // namespace
 
-std::filesystem::path Bundle::standardFile()
+Bundle::Bundle(const fs::path& file) : path(file.empty() ? findBundle() : file)
 {
-#ifdef __APPLE__
-    char path[4096];
-    std::uint32_t size = sizeof path;
-    const std::filesystem::path program = _NSGetExecutablePath(path, &size) == 0 ? path : "wail";
-    return program.parent_path() / "Wail.bundle/Contents/MacOS/Wail";
-#else
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "Wail.so";
-#endif
-}
-
-Bundle::Bundle(const std::filesystem::path& file)
-{
-    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // A name without a folder would be looked for among the system's libraries.
+    void* const library = dlopen(fs::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         throw Error(std::string("cannot load the plug-in: ") + dlerror());
     getinterface = reinterpret_cast<EntryPoint>(dlsym(library, "getinterface"));
     if (getinterface == nullptr)
-        throw Error(file.string() + " is no plug-in of the kind this program hosts: it has no getinterface");
+        throw Error(path.string() + " is no plug-in of the kind this program hosts: it has no getinterface");
 }
 
-Effect::Effect(const Bundle& bundle, double sampleRate, VstInt32 blockSize)
+Effect::Effect(const Bundle& bundle)
 {
     const std::unique_ptr<K_TypeIF> interface(bundle.getinterface(answerEffect));
     if (interface == nullptr)
         throw Error("the plug-in cannot make an effect; is there memory left?");
     record = interface->aeffect;
-    record->dispatcher(record, effOpen, 0, 0, nullptr, 0.0f);
-    record->dispatcher(record, effSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRate));
-    record->dispatcher(record, effSetBlockSize, 0, blockSize, nullptr, 0.0f);
-    record->dispatcher(record, effMainsChanged, 0, 1, nullptr, 0.0f);
+    dispatch(effOpen);
 }
 
 Effect::~Effect()
 {
-    record->dispatcher(record, effMainsChanged, 0, 0, nullptr, 0.0f);
-    record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f);
+    dispatch(effMainsChanged, 0, 0);
+    dispatch(effClose);
+}
+
+void Effect::start(double sampleRate, VstInt32 blockSize)
+{
+    if (!(sampleRate >= kMinSampleRate && sampleRate <= kMaxSampleRate))
+        throw Error("the plug-in works from 62.5 Hz to 3.072 MHz, not at " +
+                    std::to_string(std::lround(sampleRate)) + " Hz");
+    dispatch(effSetBlockSize, 0, blockSize);  // first, so that the rate's buffers are made for it
+    dispatch(effSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRate));
+    dispatch(effMainsChanged, 0, 1);
+}
+
+void Effect::setParameters(const ParameterValues& values)
+{
+    for (const auto& [index, value] : values)
+        record->setParameter(record, index, value);
+}
+
+void Effect::load(const ProgramFile& program)
+{
+    for (VstInt32 index = 0; index < std::ssize(program.values); ++index)
+        record->setParameter(record, index, program.values[static_cast<std::size_t>(index)]);
+    std::string name = program.name();
+    dispatch(effSetProgramName, 0, 0, name.data());
+}
+
+void Effect::load(const BankFile& bank)
+{
+    for (VstInt32 index = 0; index < std::ssize(bank.programs); ++index) {
+        setProgram(index);
+        load(bank.programs[static_cast<std::size_t>(index)]);
+    }
+    setProgram(static_cast<VstInt32>(bank.currentProgram()));
+}
+
+ProgramFile Effect::program()
+{
+    ProgramFile program;
+    program.uniqueID = record->uniqueID;
+    program.version = record->version;
+    program.setName(text(effGetProgramName));
+    for (VstInt32 index = 0; index < record->numParams; ++index)
+        program.values.push_back(parameter(index));
+    return program;
+}
+
+BankFile Effect::bank()
+{
+    const auto current = static_cast<VstInt32>(dispatch(effGetProgram));
+    BankFile bank;
+    bank.uniqueID = record->uniqueID;
+    bank.version = record->version;
+    for (VstInt32 index = 0; index < record->numPrograms; ++index) {
+        setProgram(index);
+        bank.programs.push_back(program());
+    }
+    setProgram(current);
+    return bank;
+}
+
+ProgramFileOwner Effect::fileOwner() const
+{
+    return {record->uniqueID, record->numParams, record->numPrograms};
+}
+
+std::string Effect::text(VstInt32 opcode, VstInt32 index) const
+{
+    std::array<char, kLongestText> buffer{};
+    dispatch(opcode, index, 0, buffer.data());
+    return buffer.data();
 }

@@ -1,9 +1,9 @@
+#include "cli/Commands.h"
 #include "cli/Error.h"
-#include "cli/Render.h"
+#include "cli/Options.h"
+#include "cli/Suggestion.h"
+#include "cli/TemporaryFiles.h"
 
-#include <CLI/CLI.hpp>
-
-#include <cmath>
 #include <cstdio>
 
 namespace
@@ -12,88 +12,51 @@ namespace
 constexpr int kFailed = 1;
 constexpr int kWrongCommandLine = 2;
 
-struct ParameterOption {
-    const char* option;
-    bool isSwitch;
-    const char* help;
-};
+constexpr const char* kExamples = R"(Examples:
+  wail render guitar.wav --sense 0.4 --range 1     writes guitar-wail.wav
+  wail plot guitar.wav -o guitar.png --invert on   draws what that does
+  wail preset                                      lists the presets
+Every command tells its options with --help.)";
 
-// In the order of the plug-in's parameter indices.
-constexpr ParameterOption kParameterOptions[] = {
-    {"--on-off", true, "on: the effect is heard; off: the input"},
-    {"--sense", false, "how much a loud input drives the sweep"},
-    {"--reso", false, "feedback: how sharp the teeth of the comb are"},
-    {"--range", false, "how far the sweep goes"},
-    {"--balance", false, "from the dry input, 0, to the effect, 1"},
-    {"--invert", true, "on: louder lengthens the delay; off: shortens it"},
-    {"--envelope", false, "how slowly the sweep falls back"},
-};
-
-float parameterValue(const ParameterOption& parameter, const std::string& text)
+// What is wrong with the command line, and what might have been meant.
+std::string describe(const CLI::App& app, const CLI::ParseError& error)
 {
-    float value = 0.0f;
-    if (parameter.isSwitch) {
-        if (text != "on" && text != "off")
-            throw CLI::ValidationError(parameter.option, "'" + text + "' is neither on nor off");
-        return text == "on" ? 1.0f : 0.0f;
-    }
-    if (!CLI::detail::lexical_cast(text, value) || !(value >= 0.0f && value <= 1.0f))
-        throw CLI::ValidationError(parameter.option, "'" + text + "' is not a number from 0.0 to 1.0");
-    return value;
-}
-
-void addRender(CLI::App& app, RenderSettings& settings)
-{
-    CLI::App* const command = app.add_subcommand("render", "Render an audio file through the effect");
-    command->add_option("IN", settings.input, "audio file to read")->required();
-    command->add_option("-o,--output", settings.output, "audio file to write; its extension says the format")
-        ->required()
-        ->type_name("OUT");
-    VstInt32 index = 0;
-    for (const ParameterOption& parameter : kParameterOptions) {
-        command
-            ->add_option_function<std::string>(
-                parameter.option,
-                [&settings, &parameter, index](const std::string& text) {
-                    settings.parameters[index] = parameterValue(parameter, text);
-                },
-                parameter.help)
-            ->type_name(parameter.isSwitch ? "on|off" : "0..1");
-        ++index;
-    }
-    command->add_option("--block", settings.blockSize, "frames in a block")
-        ->check(CLI::Range(1, 1 << 20))
-        ->type_name("N")
-        ->capture_default_str();
-}
-
-void report(const RenderSettings& settings, const RenderResult& result)
-{
-    const double seconds = static_cast<double>(result.frames) / result.sampleRate;
-    std::printf("%s: %.2f s, %d channel%s, %d Hz, peak %.1f dBFS\n", settings.output.c_str(), seconds,
-                result.channels, result.channels == 1 ? "" : "s", result.sampleRate,
-                20.0 * std::log10(result.peak));
-    if (result.limited > 0)
-        std::fprintf(stderr,
-                     "warning: %lld samples beyond full scale were limited; lower the input's level\n",
-                     static_cast<long long>(result.limited));
+    const std::vector<CLI::App*> commands = app.get_subcommands();
+    const CLI::App& command = commands.empty() ? app : *commands.front();
+    const std::string help =
+        "; try " + app.get_name() + (commands.empty() ? "" : " " + command.get_name()) + " --help";
+    const std::vector<std::string> unknown = app.remaining(true);
+    const std::string what = error.what();
+    if (unknown.empty())
+        return what + (what.ends_with('?') ? "" : help);
+    std::vector<std::string> known;
+    for (const CLI::App* const sub : command.get_subcommands({}))
+        known.push_back(sub->get_name());
+    for (const CLI::Option* const option : command.get_options())
+        for (const std::string& name : option->get_lnames())
+            known.push_back("--" + name);
+    const std::string word = unknown.front().substr(0, unknown.front().find('='));
+    const std::string near = didYouMean(word, known);
+    return (word.starts_with('-') ? "unknown option " : "unexpected argument ") + word +
+           (near.empty() ? help : near);
 }
 
 int run(int argc, char** argv)
 {
-    CLI::App app("wail: renders audio files through the Wail effect, an envelope-swept comb filter.", "wail");
+    CLI::App app("wail: plays audio files through Wail, a comb filter that sweeps with the level.", "wail");
+    app.formatter(helpFormatter());
     app.require_subcommand(1);
-    RenderSettings settings;
-    addRender(app, settings);
+    app.set_version_flag("--version", "wail " WAIL_VERSION);
+    app.footer(kExamples);
+    addRenderCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "error: %s; try wail --help\n", error.what());
+        std::fprintf(stderr, "error: %s\n", describe(app, error).c_str());
         return kWrongCommandLine;
     }
-    report(settings, render(settings));
     return 0;
 }
 
@@ -102,6 +65,7 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
+        guardTemporaryFiles();
         return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());

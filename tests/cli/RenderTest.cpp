@@ -91,7 +91,7 @@ TEST_F(Render, LimitsIntegerFormatsAndSaysSo)
 {
     write("in.wav", noise(20000), 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     ASSERT_EQ(run("render in.wav -o out.flac --range 0"), 0) << contentOf("err");
-    EXPECT_NE(contentOf("err").find("samples beyond full scale were limited"), std::string::npos);
+    EXPECT_NE(contentOf("err").find("samples clipped at full scale"), std::string::npos);
     const std::vector<double> output = read("out.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     for (std::size_t i = 1; i < output.size(); ++i)  // a sample that wrapped round would jump by almost 2
         ASSERT_LT(std::abs(output[i] - output[i - 1]), 2.0);
@@ -112,7 +112,7 @@ TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
           "in.wav -o ./../$(basename $PWD)/in.wav", "in.wav -o nowhere/out.wav", "in.wav -o folder.wav",
           "in.wav -o out.unknown"}},
         {2,
-         {"", "in.wav", "in.wav -o out.wav --sense abc", "in.wav -o out.wav --sense 1.5",
+         {"", "in.wav -o out.wav --sense abc", "in.wav -o out.wav --sense 1.5",
           "in.wav -o out.wav --sense nan", "in.wav -o out.wav --invert 1", "in.wav -o out.wav --block 0",
           "in.wav -o out.wav --unknown"}}};
     for (const auto& [status, commands] : cases) {

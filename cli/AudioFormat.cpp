@@ -1,0 +1,205 @@
+#include "cli/AudioFormat.h"
+
+#include "cli/Error.h"
+#include "cli/OutputFile.h"
+#include "cli/Suggestion.h"
+
+#include <algorithm>
+#include <cctype>
+#include <span>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+struct Name {
+    const char* name;
+    int format;
+};
+
+// The first name of a container is its extension.
+constexpr Name kContainers[] = {
+    {"wav", SF_FORMAT_WAV},   {"flac", SF_FORMAT_FLAC}, {"aiff", SF_FORMAT_AIFF}, {"aif", SF_FORMAT_AIFF},
+    {"ogg", SF_FORMAT_OGG},   {"oga", SF_FORMAT_OGG},   {"mp3", SF_FORMAT_MPEG},  {"caf", SF_FORMAT_CAF},
+    {"rf64", SF_FORMAT_RF64}, {"w64", SF_FORMAT_W64},   {"au", SF_FORMAT_AU},     {"wav", SF_FORMAT_WAVEX},
+};
+
+constexpr Name kTypes[] = {
+    {"pcm8", SF_FORMAT_PCM_S8},  {"pcm16", SF_FORMAT_PCM_16}, {"pcm24", SF_FORMAT_PCM_24},
+    {"pcm32", SF_FORMAT_PCM_32}, {"float", SF_FORMAT_FLOAT},  {"double", SF_FORMAT_DOUBLE},
+};
+
+constexpr Name kOpus = {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS};
+
+constexpr int kFallbackTypes[] = {SF_FORMAT_PCM_24, SF_FORMAT_VORBIS, SF_FORMAT_MPEG_LAYER_III,
+                                  SF_FORMAT_PCM_16};
+
+constexpr double kMaxBytesIn32Bits = 4294900000.0;  // 2^32 with some room for headers
+
+std::string lowerCase(std::string text)
+{
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+int find(std::span<const Name> names, const std::string& name)
+{
+    const auto found = std::ranges::find_if(names, [&](const Name& entry) { return name == entry.name; });
+    return found == names.end() ? 0 : found->format;
+}
+
+std::vector<std::string> allNames()
+{
+    std::vector<std::string> names;
+    for (const Name& container : kContainers)
+        if (std::ranges::find(names, container.name) == names.end())
+            names.emplace_back(container.name);
+    names.emplace_back(kOpus.name);
+    for (const Name& type : kTypes)
+        names.emplace_back(type.name);
+    return names;
+}
+
+void choose(AudioFormat& format, const std::string& name)
+{
+    if (const int container = find(kContainers, name))
+        format.container = container;
+    else if (const int type = find(kTypes, name))
+        format.type = type;
+    else if (name == kOpus.name)
+        format = {SF_FORMAT_OGG, SF_FORMAT_OPUS};
+    else
+        throw Error("no format '" + name + "'" + didYouMean(name, allNames()));
+}
+
+// 0 where nothing tells.
+int containerFor(const fs::path& place, const fs::path& input, const SF_INFO& source)
+{
+    const int own = source.format & SF_FORMAT_TYPEMASK;
+    if (isStream(place))
+        return streams(own) ? own : SF_FORMAT_WAV;
+    const std::string extension = lowerCase(place.extension().string());
+    if (extension.empty())
+        return 0;
+    if (extension == lowerCase(input.extension().string()) || extension == extensionOf(own))
+        return own;
+    return extension == ".opus" ? SF_FORMAT_OGG : find(kContainers, extension.substr(1));
+}
+
+std::vector<int> typesFor(const AudioFormat& chosen, const fs::path& place, const SF_INFO& source)
+{
+    if (chosen.type != 0)
+        return {chosen.type, chosen.type == SF_FORMAT_PCM_S8 ? SF_FORMAT_PCM_U8 + 0 : chosen.type};
+    std::vector<int> types(std::begin(kFallbackTypes), std::end(kFallbackTypes));
+    types.insert(types.begin(), source.format & SF_FORMAT_SUBMASK);
+    if (chosen.container == 0 && lowerCase(place.extension().string()) == ".opus")
+        types.insert(types.begin(), SF_FORMAT_OPUS);
+    return types;
+}
+
+// WAV counts its bytes in 32 bits, RF64 in 64.
+int containerWithRoom(int format, const SF_INFO& source)
+{
+    const int type = format & SF_FORMAT_SUBMASK;
+    const double sampleBytes = type == SF_FORMAT_DOUBLE  ? 8.0
+                               : type == SF_FORMAT_FLOAT ? 4.0
+                                                         : bitsOf(format) / 8.0;
+    const double bytes = static_cast<double>(source.frames) * source.channels * sampleBytes;
+    const int container = format & SF_FORMAT_TYPEMASK;
+    const bool isWav = container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX;
+    return isWav && bytes > kMaxBytesIn32Bits ? SF_FORMAT_RF64 | type : format;
+}
+
+}  // namespace
+
+AudioFormat parseAudioFormat(const std::string& text)
+{
+    AudioFormat format;
+    const std::string name = lowerCase(text);
+    const std::size_t slash = name.find('/');
+    choose(format, name.substr(0, slash));
+    if (slash != std::string::npos)
+        choose(format, name.substr(slash + 1));
+    return format;
+}
+
+std::string extensionOf(int container)
+{
+    for (const Name& entry : kContainers)
+        if (entry.format == container)
+            return std::string(".") + entry.name;
+    return "";
+}
+
+SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& place, const fs::path& input,
+                     const SF_INFO& source)
+{
+    SF_INFO info{};
+    info.samplerate = source.samplerate;
+    info.channels = source.channels;
+    const int container = chosen.container != 0 ? chosen.container : containerFor(place, input, source);
+    if (container == 0)
+        throw Error("cannot tell the format of " + place.string() +
+                    "; give it an extension such as .wav, or --format");
+    const bool sameContainer = container == (source.format & SF_FORMAT_TYPEMASK);
+    for (const int type : typesFor(chosen, place, source)) {
+        for (const int endian : {sameContainer ? source.format & SF_FORMAT_ENDMASK : 0, 0}) {
+            info.format = container | type | endian;
+            if (sf_format_check(&info) == 0)
+                continue;
+            if (!isStream(place))
+                info.format = containerWithRoom(info.format, source);
+            else if (!streams(info.format))
+                throw Error("cannot stream " + extensionOf(container).substr(1) +
+                            "; use --format wav, au or flac");
+            return info;
+        }
+    }
+    throw Error("cannot write " + std::to_string(info.channels) + " channels at " +
+                std::to_string(info.samplerate) + " Hz to " + place.string() +
+                " in this format; use another --format, such as wav");
+}
+
+bool streams(int format)
+{
+    switch (format & SF_FORMAT_TYPEMASK) {
+    case SF_FORMAT_WAV:
+    case SF_FORMAT_WAVEX:
+    case SF_FORMAT_AU:
+    case SF_FORMAT_FLAC:
+    case SF_FORMAT_OGG:
+    case SF_FORMAT_MPEG: return true;
+    default: return false;
+    }
+}
+
+int bitsOf(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8: return 8;
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_ALAC_16: return 16;
+    case SF_FORMAT_ALAC_20: return 20;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_ALAC_24: return 24;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_32: return 32;
+    default: return 0;
+    }
+}
+
+bool keepsOverloads(int format)
+{
+    const int type = format & SF_FORMAT_SUBMASK;
+    return type == SF_FORMAT_FLOAT || type == SF_FORMAT_DOUBLE || type == SF_FORMAT_VORBIS;
+}
+
+bool countsIn32Bits(int format)
+{
+    const int container = format & SF_FORMAT_TYPEMASK;
+    return container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX || container == SF_FORMAT_AIFF ||
+           container == SF_FORMAT_AU;
+}

@@ -1,0 +1,101 @@
+#include "cli/Automation.h"
+
+#include "cli/Error.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+
+namespace
+{
+
+using Json = nlohmann::json;
+
+Json parse(const std::filesystem::path& file)
+{
+    std::ifstream stream(file);
+    if (!stream)
+        throw Error("cannot open it: " + std::generic_category().message(errno));
+    try {
+        return Json::parse(stream);
+    } catch (const Json::parse_error& error) {
+        throw Error("it is no JSON, from byte " + std::to_string(error.byte) + " on");
+    }
+}
+
+// In samples.
+double timeOf(const std::string& text, double sampleRate, std::optional<std::int64_t> inputFrames)
+{
+    double number = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const std::string unit(stop, end);
+    if (error != std::errc() || !(number >= 0.0) || (unit != "" && unit != "s" && unit != "%"))
+        throw Error("'" + text +
+                    "' is no time; write samples (\"48000\"), seconds (\"1.5s\") or a share (\"50%\")");
+    if (unit == "s")
+        return number * sampleRate;
+    if (unit == "")
+        return number;
+    if (!inputFrames)
+        throw Error("'" + text + "' needs the length of the input, which this pipe does not tell");
+    return number / 100.0 * static_cast<double>(*inputFrames);
+}
+
+double valueOf(const Parameter& parameter, const Json& value)
+{
+    if (value.is_string())
+        return parameterValue(parameter, value.get<std::string>());
+    if (!value.is_number() || !(value.get<double>() >= 0.0 && value.get<double>() <= 1.0))
+        throw Error(value.dump() + " is not a number from 0.0 to 1.0");
+    return value.get<double>();
+}
+
+}  // namespace
+
+Automation::Automation(const std::filesystem::path& file, double sampleRate,
+                       std::optional<std::int64_t> inputFrames)
+try {
+    const Json json = parse(file);
+    if (!json.is_object())
+        throw Error("it is no JSON object of parameters");
+    for (const auto& [name, content] : json.items()) {
+        Lane lane{parameterIndex(name), {}};
+        const Parameter& parameter = kParameters[static_cast<std::size_t>(lane.index)];
+        if (!content.is_object())
+            lane.keyframes.emplace_back(0.0, valueOf(parameter, content));
+        else
+            for (const auto& [time, value] : content.items())
+                lane.keyframes.emplace_back(timeOf(time, sampleRate, inputFrames), valueOf(parameter, value));
+        if (lane.keyframes.empty())
+            throw Error("'" + name + "' has no keyframes");
+        std::ranges::sort(lane.keyframes);
+        if (std::ranges::adjacent_find(lane.keyframes, {}, &Keyframe::first) != lane.keyframes.end())
+            throw Error("'" + name + "' has two keyframes at the same time");
+        lanes.push_back(std::move(lane));
+    }
+} catch (const Error& error) {
+    throw Error("cannot use " + file.string() + ": " + error.what());
+}
+
+ParameterValues Automation::at(std::int64_t frame) const
+{
+    ParameterValues values;
+    for (const Lane& lane : lanes)
+        values[lane.index] = valueAt(lane, static_cast<double>(frame));
+    return values;
+}
+
+float Automation::valueAt(const Lane& lane, double time)
+{
+    const auto next = std::ranges::upper_bound(lane.keyframes, time, {}, &Keyframe::first);
+    if (next == lane.keyframes.begin())
+        return static_cast<float>(next->second);
+    const Keyframe& last = *std::prev(next);
+    if (next == lane.keyframes.end() || kParameters[static_cast<std::size_t>(lane.index)].isSwitch)
+        return static_cast<float>(last.second);
+    const double share = (time - last.first) / (next->first - last.first);
+    return static_cast<float>(last.second + (next->second - last.second) * share);
+}

@@ -1,0 +1,118 @@
+#include "cli/Options.h"
+
+#include "cli/Error.h"
+
+#include <charconv>
+
+namespace
+{
+
+constexpr double kLongestTail = 3600.0;  // s
+
+// Runs a parser of the program's own inside an option; its errors become those of the command line.
+template <typename Parse>
+std::function<void(const std::string&)> parsing(const std::string& option, Parse parse)
+{
+    return [option, parse](const std::string& text) {
+        try {
+            parse(text);
+        } catch (const Error& error) {
+            throw CLI::ValidationError(option, error.what());
+        }
+    };
+}
+
+Tail parseTail(const std::string& text)
+{
+    if (text == "auto")
+        return {.seconds = 0.0, .automatic = true};
+    double seconds = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
+    if (error != std::errc() || stop != end || !(seconds >= 0.0 && seconds <= kLongestTail))
+        throw Error("'" + text + "' is neither auto nor a number of seconds from 0 to 3600");
+    return {.seconds = seconds, .automatic = false};
+}
+
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    HelpFormatter() { column_width(26); }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        const std::string type = option->get_type_name();  // and behind a colon what it is checked for
+        const bool takesNothing = option->get_type_size() == 0 || option->get_positional();
+        return takesNothing ? "" : " " + type.substr(0, type.find(':'));
+    }
+};
+
+}  // namespace
+
+void addBundleOption(CLI::App& command, std::filesystem::path& bundle)
+{
+    command.add_option("--bundle", bundle, "plug-in to use instead of the own one")->type_name("PATH");
+}
+
+void addSoundOptions(CLI::App& command, SoundSettings& settings)
+{
+    for (std::size_t i = 0; i < kParameters.size(); ++i) {
+        const Parameter& parameter = kParameters[i];
+        const std::string option = std::string("--") + parameter.option;
+        const auto index = static_cast<VstInt32>(i);
+        command
+            .add_option_function<std::string>(
+                option,
+                parsing(option,
+                        [&settings, &parameter, index](const std::string& text) {
+                            settings.parameters[index] = parameterValue(parameter, text);
+                        }),
+                parameter.help)
+            ->type_name(parameter.isSwitch ? "on|off" : "0..1")
+            ->group("Sound");
+    }
+    command.add_option("--preset", settings.preset, ".fxp file, or a name that wail preset lists")
+        ->type_name("FILE")
+        ->group("Sound");
+    command.add_option("--bank", settings.bank, ".fxb file")->type_name("FILE")->group("Sound");
+    command.add_option("--program", settings.program, "program of the bank, from 1 to 16")
+        ->type_name("N")
+        ->group("Sound");
+}
+
+void addRenderOptions(CLI::App& command, RenderSettings& settings)
+{
+    command.add_option("--automation", settings.sound.automation, "parameters over time, a JSON file")
+        ->type_name("FILE")
+        ->group("Sound");
+    command.add_option("--block", settings.sound.blockSize, "frames in a block, 512 by default")
+        ->check(CLI::Range(1, 1 << 20))
+        ->type_name("N")
+        ->group("Sound");
+    command
+        .add_option_function<std::string>(
+            "--tail",
+            parsing("--tail", [&settings](const std::string& text) { settings.tail = parseTail(text); }),
+            "time to ring out; auto: until below -90 dBFS")
+        ->type_name("SECONDS|auto")
+        ->group("Sound");
+    command.add_option("--gain", settings.gainDb, "level of the output, 0 by default")
+        ->check(CLI::Range(-200.0, 200.0))
+        ->type_name("DB")
+        ->group("Sound");
+}
+
+void addFormatOption(CLI::App& command, AudioFormat& format)
+{
+    command
+        .add_option_function<std::string>(
+            "--format",
+            parsing("--format", [&format](const std::string& text) { format = parseAudioFormat(text); }),
+            "as in flac, pcm24 or wav/float; the input's by default")
+        ->type_name("FORMAT");
+}
+
+std::shared_ptr<CLI::Formatter> helpFormatter()
+{
+    return std::make_shared<HelpFormatter>();
+}
