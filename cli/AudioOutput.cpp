@@ -1,6 +1,7 @@
 #include "cli/AudioOutput.h"
 
 #include "cli/Error.h"
+#include "cli/Peak.h"
 
 #include <algorithm>
 #include <cmath>
@@ -67,6 +68,21 @@ SF_VIRTUAL_IO virtualFile = {
     .tell = [](void* file) { return static_cast<sf_count_t>(fileOf(file).tell()); },
 };
 
+// Rounds to the nearest value of a type with scale steps to full scale, so that what came from this type and
+// was not changed returns to the bit; libsndfile's own conversion rounds down. unit: a step as the upper bits
+// of an int, which is where libsndfile takes it from.
+void toIntegers(std::span<const double> samples, double scale, int unit, int* integers)
+{
+    constexpr double kRound = 0x1.8p52;  // a double of this size has no fraction
+    const double* const from = samples.data();
+    for (std::size_t i = 0, length = samples.size(); i < length; ++i) {
+        const double value = (from[i] * scale + kRound) - kRound;
+        const double notTooLow = value < -scale ? -scale : value;
+        const double inside = notTooLow > scale - 1.0 ? scale - 1.0 : notTooLow;
+        integers[i] = static_cast<int>(inside) * unit;
+    }
+}
+
 void copyTexts(SNDFILE* from, SNDFILE* to)
 {
     for (int text = SF_STR_FIRST; text <= SF_STR_LAST; ++text)
@@ -105,23 +121,13 @@ void AudioOutput::write(std::span<const double> samples)
                     ": the format ends at 4 GB; use --format rf64, w64 or flac");
 }
 
-// Rounds to the nearest value of the type, so that what came from this type and was not changed returns to the
-// bit; libsndfile's own conversion rounds down.
 void AudioOutput::writeIntegers(std::span<const double> samples)
 {
-    constexpr double kRoundToInteger = 0x1.8p52;  // what is added to this and taken off again has no fraction
     const int bits = bitsOf(info.format);
     const double scale = std::exp2(bits - 1);
-    const int unit = 1 << (32 - bits);  // libsndfile takes the upper bits of an int
     integers.resize(samples.size());
-    int beyond = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double value = (samples[i] * scale + kRoundToInteger) - kRoundToInteger;
-        const double inside = std::clamp(value, -scale, scale - 1.0);
-        beyond += inside != value;
-        integers[i] = static_cast<int>(inside) * unit;
-    }
-    clipped += beyond;
+    toIntegers(samples, scale, 1 << (32 - bits), integers.data());
+    countClipped(samples, (scale - 0.5) / scale);  // from here on, rounding goes beyond the largest value
     const auto count = static_cast<sf_count_t>(samples.size());
     check(sf_write_int(sound.get(), integers.data(), count) == count);
 }
@@ -129,12 +135,17 @@ void AudioOutput::writeIntegers(std::span<const double> samples)
 void AudioOutput::writeLimited(std::span<const double> samples)
 {
     limited.resize(samples.size());
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        limited[i] = std::clamp(samples[i], -1.0, 1.0);
-        clipped += limited[i] != samples[i];
-    }
+    std::ranges::transform(samples, limited.begin(),
+                           [](double sample) { return std::clamp(sample, -1.0, 1.0); });
+    countClipped(samples, 1.0);
     const auto count = static_cast<sf_count_t>(samples.size());
     check(sf_write_double(sound.get(), limited.data(), count) == count);
+}
+
+void AudioOutput::countClipped(std::span<const double> samples, double limit)
+{
+    if (peakOf(samples) > limit)
+        clipped += std::ranges::count_if(samples, [limit](double x) { return x > limit || x < -1.0; });
 }
 
 void AudioOutput::check(bool done) const

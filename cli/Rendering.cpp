@@ -1,5 +1,7 @@
 #include "cli/Rendering.h"
 
+#include "cli/Peak.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -72,10 +74,7 @@ private:
 
     void write(std::span<const double> samples)
     {
-        double peak = result.peak;
-        for (const double sample : samples)
-            peak = std::max(peak, std::fabs(sample));
-        result.peak = peak;
+        result.peak = std::max(result.peak, peakOf(samples));
         result.frames += static_cast<std::int64_t>(samples.size() / channels);
         if (taps.output && !samples.empty())
             taps.output(samples);
