@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <fstream>
 
 namespace
@@ -17,7 +19,7 @@ Json parse(const std::filesystem::path& file)
 {
     std::ifstream stream(file);
     if (!stream)
-        throw Error("cannot open it: " + std::generic_category().message(errno));
+        throw Error(std::string("cannot open it: ") + std::strerror(errno));
     try {
         return Json::parse(stream);
     } catch (const Json::parse_error& error) {

@@ -47,6 +47,10 @@ Effect::Effect(const Bundle& bundle)
         throw Error("the plug-in cannot make an effect; is there memory left?");
     record = interface->aeffect;
     dispatch(effOpen);
+    if (record->numParams != std::ssize(kParameters)) {
+        dispatch(effClose);
+        throw Error(bundle.file().string() + " is another plug-in: its parameters are not those of Wail");
+    }
 }
 
 Effect::~Effect()
@@ -88,28 +92,27 @@ void Effect::load(const BankFile& bank)
     setProgram(static_cast<VstInt32>(bank.currentProgram()));
 }
 
-ProgramFile Effect::program()
+ProgramFile Effect::program(VstInt32 index)
 {
+    const auto current = static_cast<VstInt32>(dispatch(effGetProgram));
+    setProgram(index);
     ProgramFile program;
     program.uniqueID = record->uniqueID;
     program.version = record->version;
-    program.setName(text(effGetProgramName));
-    for (VstInt32 index = 0; index < record->numParams; ++index)
-        program.values.push_back(parameter(index));
+    program.setName(text(effGetProgramNameIndexed, index));
+    for (VstInt32 i = 0; i < record->numParams; ++i)
+        program.values.push_back(parameter(i));
+    setProgram(current);
     return program;
 }
 
 BankFile Effect::bank()
 {
-    const auto current = static_cast<VstInt32>(dispatch(effGetProgram));
     BankFile bank;
     bank.uniqueID = record->uniqueID;
     bank.version = record->version;
-    for (VstInt32 index = 0; index < record->numPrograms; ++index) {
-        setProgram(index);
-        bank.programs.push_back(program());
-    }
-    setProgram(current);
+    for (VstInt32 index = 0; index < record->numPrograms; ++index)
+        bank.programs.push_back(program(index));
     return bank;
 }
 

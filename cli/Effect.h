@@ -55,7 +55,7 @@ public:
     void setProgram(VstInt32 index) { dispatch(effSetProgram, 0, index); }
     void load(const ProgramFile& program);
     void load(const BankFile& bank);
-    ProgramFile program();  // the current one
+    ProgramFile program(VstInt32 index);
     BankFile bank();
     ProgramFileOwner fileOwner() const;
 

@@ -2,47 +2,22 @@
 
 #include "cli/Error.h"
 #include "cli/Places.h"
+#include "cli/PresetFiles.h"
 
 #include <algorithm>
-#include <fstream>
-
-namespace
-{
-
-namespace fs = std::filesystem;
-
-constexpr std::size_t kLargestBank = 1 << 20;  // bytes; far more than any bank of this plug-in
-
-template <typename Parse>
-auto readPreset(const fs::path& file, const Effect& effect, Parse parse)
-{
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-        throw Error("cannot open " + file.string() + ": " + std::generic_category().message(errno));
-    std::vector<char> bytes(kLargestBank);
-    stream.read(bytes.data(), std::ssize(bytes));
-    bytes.resize(static_cast<std::size_t>(stream.gcount()));
-    try {
-        return parse(bytes, effect.fileOwner());
-    } catch (const ProgramFileError& error) {
-        throw Error("cannot use " + file.string() + ": " + error.what());
-    }
-}
-
-}  // namespace
 
 void applySettings(const SoundSettings& settings, Effect& effect)
 {
     const VstInt32 numPrograms = effect.properties().numPrograms;
     if (!settings.bank.empty())
-        effect.load(readPreset(settings.bank, effect, parseBankFile));
+        effect.load(readBankFile(settings.bank, effect.fileOwner()));
     if (settings.program && (*settings.program < 1 || *settings.program > numPrograms))
         throw Error("no program " + std::to_string(*settings.program) + "; there are 1 to " +
                     std::to_string(numPrograms));
     if (settings.program)
         effect.setProgram(*settings.program - 1);
     if (!settings.preset.empty())
-        effect.load(readPreset(findPreset(settings.preset), effect, parseProgramFile));
+        effect.load(readProgramFile(findPreset(settings.preset), effect.fileOwner()));
     effect.setParameters(settings.parameters);
 }
 

@@ -21,20 +21,22 @@ Every command tells its options with --help.)";
 // What is wrong with the command line, and what might have been meant.
 std::string describe(const CLI::App& app, const CLI::ParseError& error)
 {
-    const std::vector<CLI::App*> commands = app.get_subcommands();
-    const CLI::App& command = commands.empty() ? app : *commands.front();
-    const std::string help =
-        "; try " + app.get_name() + (commands.empty() ? "" : " " + command.get_name()) + " --help";
+    const CLI::App* command = &app;
+    std::string name = app.get_name();
+    for (; !command->get_subcommands().empty(); name += " " + command->get_name())
+        command = command->get_subcommands().front();
+    const std::string help = "; try " + name + " --help";
     const std::vector<std::string> unknown = app.remaining(true);
     const std::string what = error.what();
     if (unknown.empty())
         return what + (what.ends_with('?') ? "" : help);
+
     std::vector<std::string> known;
-    for (const CLI::App* const sub : command.get_subcommands({}))
+    for (const CLI::App* const sub : command->get_subcommands({}))
         known.push_back(sub->get_name());
-    for (const CLI::Option* const option : command.get_options())
-        for (const std::string& name : option->get_lnames())
-            known.push_back("--" + name);
+    for (const CLI::Option* const option : command->get_options())
+        for (const std::string& longName : option->get_lnames())
+            known.push_back("--" + longName);
     const std::string word = unknown.front().substr(0, unknown.front().find('='));
     const std::string near = didYouMean(word, known);
     return (word.starts_with('-') ? "unknown option " : "unexpected argument ") + word +
@@ -49,6 +51,8 @@ int run(int argc, char** argv)
     app.set_version_flag("--version", "wail " WAIL_VERSION);
     app.footer(kExamples);
     addRenderCommand(app);
+    addPresetCommand(app);
+    addInfoCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
