@@ -51,6 +51,7 @@ int run(int argc, char** argv)
     app.set_version_flag("--version", "wail " WAIL_VERSION);
     app.footer(kExamples);
     addRenderCommand(app);
+    addPlotCommand(app);
     addPresetCommand(app);
     addInfoCommand(app);
     try {

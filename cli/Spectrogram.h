@@ -1,0 +1,47 @@
+#pragma once
+
+#include <kiss_fftr.h>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+// The levels of a signal over time and frequency, for a picture: short-time power spectra under a Hann
+// window of about 23 ms. A signal of any length gives at most kMaxColumns columns: when there are more, two
+// and two become one, and the windows stand farther apart, up to half their length.
+// Source: J. O. Smith, "Spectral Audio Signal Processing" (spectrograms).
+class Spectrogram
+{
+public:
+    static constexpr std::size_t kMaxColumns = 2048;
+
+    // sampleRate: Hz.
+    explicit Spectrogram(double sampleRate);
+
+    void add(double sample);
+
+    std::size_t columns() const { return powers.size(); }
+    std::size_t bins() const { return window.size() / 2 + 1; }
+    double binWidth() const { return rate / static_cast<double>(window.size()); }  // Hz
+    double columnSeconds() const { return static_cast<double>(hop * perColumn) / rate; }
+
+    // In dB, 0 for a full-scale sine; bin 0 is DC.
+    double level(std::size_t column, std::size_t bin) const;
+
+private:
+    void addSpectrum();
+    void mergeColumns();
+
+    double rate;  // Hz
+    std::vector<float> window;
+    std::unique_ptr<kiss_fftr_state, void (*)(void*)> transform;
+    std::vector<float> recent;               // circular, as long as the window
+    std::size_t position = 0;                // of the oldest sample in recent
+    std::size_t hop;                         // samples from window to window
+    std::size_t untilNext;                   // samples to the next window
+    std::size_t perColumn = 1;               // windows
+    std::size_t inLast = 1;                  // windows in the last column so far
+    std::vector<std::vector<float>> powers;  // by column and bin; 1 for a full-scale sine
+    std::vector<float> windowed;
+    std::vector<kiss_fft_cpx> spectrum;
+};
