@@ -1,5 +1,6 @@
 #include "cli/Commands.h"
 #include "cli/Error.h"
+#include "cli/Manual.h"
 #include "cli/Options.h"
 #include "cli/Suggestion.h"
 #include "cli/TemporaryFiles.h"
@@ -43,6 +44,16 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error)
            (near.empty() ? help : near);
 }
 
+// An option without help, for the build, that prints what is made of the definitions and ends.
+void addWriter(CLI::App& app, const std::string& option, std::string (*write)(const CLI::App&))
+{
+    const auto print = [&app, write](std::int64_t) {
+        std::fputs(write(app).c_str(), stdout);
+        throw CLI::Success();
+    };
+    app.add_flag_function(option, print)->group("")->trigger_on_parse();
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("wail: plays audio files through Wail, a comb filter that sweeps with the level.", "wail");
@@ -54,6 +65,8 @@ int run(int argc, char** argv)
     addPlotCommand(app);
     addPresetCommand(app);
     addInfoCommand(app);
+    addWriter(app, "--manual", manualPage);
+    addWriter(app, "--bash-completion", bashCompletion);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
