@@ -63,7 +63,7 @@ std::vector<RenderJob> planJobs(const RenderCommand& command)
     return jobs;
 }
 
-// What there is to do, for the bar; 0 when an input does not tell, as it is then read as a pipe or fails.
+// What there is to do, for the bar; pipes, and files that will fail, do not count.
 std::int64_t totalFrames(const RenderCommand& command)
 {
     std::int64_t total = 0;
@@ -72,9 +72,7 @@ std::int64_t totalFrames(const RenderCommand& command)
         SF_INFO info{};
         const SoundFile sound(
             fs::is_regular_file(input, none) ? sf_open(input.c_str(), SFM_READ, &info) : nullptr, sf_close);
-        if (sound == nullptr)
-            return 0;
-        total += info.frames;
+        total += sound == nullptr ? 0 : info.frames;
     }
     return total;
 }
