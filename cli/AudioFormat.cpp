@@ -162,6 +162,16 @@ SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& place, const fs:
                 " in this format; use another --format, such as wav");
 }
 
+std::string reasonOf(SNDFILE* sound)
+{
+    std::string reason = sf_strerror(sound);
+    if (reason.starts_with("Error : "))
+        reason.erase(0, std::string("Error : ").size());
+    if (reason.ends_with('.'))
+        reason.pop_back();
+    return reason;
+}
+
 bool streams(int format)
 {
     switch (format & SF_FORMAT_TYPEMASK) {

@@ -25,6 +25,9 @@ std::string extensionOf(int container);
 SF_INFO outputFormat(const AudioFormat& chosen, const std::filesystem::path& place,
                      const std::filesystem::path& input, const SF_INFO& source);
 
+// Why libsndfile's last work on the sound, or on opening one where it is null, has failed.
+std::string reasonOf(SNDFILE* sound);
+
 // Whether a container can be written where no byte can be changed afterwards.
 bool streams(int format);
 

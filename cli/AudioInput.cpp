@@ -1,14 +1,16 @@
 #include "cli/AudioInput.h"
 
+#include "cli/AudioFormat.h"
 #include "cli/Error.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cinttypes>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -73,23 +75,32 @@ int openDescriptor(const fs::path& file)
     return S_ISREG(status.st_mode) || readsForwards(descriptor) ? descriptor : spool(descriptor);
 }
 
+// The number that stands behind the label; 0 where there is none.
+std::int64_t numberBehind(std::string_view label, std::string_view line)
+{
+    std::int64_t number = 0;
+    const std::size_t at = line.find(label);
+    if (at != std::string_view::npos)
+        std::from_chars(line.data() + at + label.size(), line.data() + line.size(), number);
+    return number;
+}
+
 // libsndfile shortens what a header promises to what the file holds, and notes it in its log as
-// "data : 96000 (should be 49956)". These are the names of chunks of audio in its containers.
+// "data : 96000 (should be 49956)", with the names that its containers have for audio.
 bool isCutOff(SNDFILE* sound)
 {
     std::array<char, 1 << 14> log{};
     sf_command(sound, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size() - 1));
     std::istringstream lines(log.data());
     for (std::string line; std::getline(lines, line);) {
-        char chunk[32];
-        std::int64_t promised = 0, actual = 0;
-        if (std::sscanf(line.c_str(), " %31[^:]: %" SCNd64 " (should be %" SCNd64, chunk, &promised,
-                        &actual) != 3)
-            continue;
-        const std::string_view name(chunk);
+        const std::int64_t actual = numberBehind(" (should be ", line);
+        const std::int64_t promised = numberBehind(": ", line);
+        const std::string_view name =
+            std::string_view(line).substr(std::min(line.size(), line.find_first_not_of(' ')));
         const bool isAudio = name.starts_with("data ") || name.starts_with("SSND ") ||
                              name.starts_with("Data Size ") || name.starts_with("riff ");
-        if (isAudio && promised > actual && promised < kUnknownLength)
+        if (isAudio && line.find(" (should be ") != std::string::npos && promised > actual &&
+            promised < kUnknownLength)
             return true;
     }
     return false;
@@ -101,7 +112,7 @@ AudioInput::AudioInput(fs::path path) : file(std::move(path)), sound(nullptr, sf
 {
     sound.reset(sf_open_fd(openDescriptor(file), SFM_READ, &info, SF_TRUE));
     if (sound == nullptr)
-        throw Error("cannot read " + name() + " as audio: " + sf_strerror(nullptr));
+        throw Error("cannot read " + name() + " as audio: " + reasonOf(nullptr));
     if (info.frames == 0)
         throw Error("cannot render " + name() + ": it holds no audio");
     constexpr int kMaxSampleBytes = 4;
@@ -118,7 +129,7 @@ sf_count_t AudioInput::read(std::span<double> samples, sf_count_t count)
         more = sf_readf_double(sound.get(), samples.data() + got * channels(), count - got);
     framesRead += got;
     if (sf_error(sound.get()) != SF_ERR_NO_ERROR)
-        throw Error("cannot read all of " + name() + ": " + sf_strerror(sound.get()));
+        throw Error("cannot read all of " + name() + ": " + reasonOf(sound.get()));
     const bool lengthIsExact = (info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG;
     if (got < count && lengthIsExact && framesRead < frames().value_or(0))
         throw Error("cannot read all of " + name() + ": it ends before the length that its header promises");

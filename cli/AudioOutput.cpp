@@ -100,7 +100,7 @@ AudioOutput::AudioOutput(const std::filesystem::path& place, const AudioFormat& 
     sound.reset(sf_open_virtual(&virtualFile, SFM_WRITE, &info, &file));
     file.check();
     if (sound == nullptr)
-        throw Error("cannot write " + file.name() + ": " + sf_strerror(nullptr));
+        throw Error("cannot write " + file.name() + ": " + reasonOf(nullptr));
     sf_command(sound.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     // Its time stamp would make every run a different file.
     sf_command(sound.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -152,7 +152,7 @@ void AudioOutput::check(bool done) const
 {
     file.check();
     if (!done)
-        throw Error("cannot write " + file.name() + ": " + sf_strerror(sound.get()));
+        throw Error("cannot write " + file.name() + ": " + reasonOf(sound.get()));
 }
 
 void AudioOutput::keep()

@@ -114,10 +114,10 @@ void Picture::image(const Area& area, int width, int height, const std::function
 {
     cairo_surface_t* const cells = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
     unsigned char* const rows = cairo_image_surface_get_data(cells);
+    const std::ptrdiff_t rowBytes = cairo_image_surface_get_stride(cells);
     const auto byteOf = [](double share) { return static_cast<std::uint32_t>(std::lround(255.0 * share)); };
     for (int row = 0; row < height; ++row) {
-        auto* const pixels =
-            reinterpret_cast<std::uint32_t*>(rows + row * cairo_image_surface_get_stride(cells));
+        auto* const pixels = reinterpret_cast<std::uint32_t*>(rows + row * rowBytes);
         for (int column = 0; column < width; ++column) {
             const Colour colour = colourAt(column, row);
             pixels[column] = byteOf(colour.red) << 16 | byteOf(colour.green) << 8 | byteOf(colour.blue);

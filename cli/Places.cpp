@@ -41,7 +41,7 @@ fs::path firstOf(std::initializer_list<const char*> places)
 // The build says where the installed places are, as seen from the installed program.
 fs::path findBundle()
 {
-    const fs::path bundle = firstOf({"Wail.so", "Wail.bundle/Contents/MacOS/Wail", WAIL_INSTALLED_BUNDLE});
+    fs::path bundle = firstOf({"Wail.so", "Wail.bundle/Contents/MacOS/Wail", WAIL_INSTALLED_BUNDLE});
     if (bundle.empty())
         throw Error("cannot find the plug-in beside this program or where it is installed; use --bundle");
     return bundle;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -48,10 +49,11 @@ void Progress::draw(Clock::time_point now)
 {
     const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
     const double elapsed = std::chrono::duration<double>(now - start).count();
-    const auto left = static_cast<int>(elapsed / share - elapsed + 0.5);
+    const long left = std::lround(elapsed / share - elapsed);
     const auto filled = static_cast<std::size_t>(share * kBarWidth);
     const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '.');
-    std::fprintf(stderr, "\r[%s] %3.0f %%, %d:%02d left ", bar.c_str(), 100.0 * share, left / 60, left % 60);
+    std::fprintf(stderr, "\r[%s] %3.0f %%, %ld:%02ld left ", bar.c_str(), 100.0 * share, left / 60,
+                 left % 60);
     lastDrawn = now;
     drawn = true;
 }
