@@ -9,7 +9,6 @@
 #include <cfloat>
 #include <cstring>
 #include <limits>
-#include <thread>
 
 namespace
 {
@@ -293,25 +292,4 @@ TEST(Processing, FlushesSubnormalsAndGivesTheCallersFloatingPointStateBack)
     for (const double sample : samples)
         ASSERT_NE(std::fpclassify(sample), FP_SUBNORMAL);
     EXPECT_EQ(samples.back(), 0.0);
-}
-
-// Meant for the thread sanitizer; elsewhere it shows that no value is torn.
-TEST(Processing, TakesParametersAndProgramsFromOtherThreads)
-{
-    const Plugin plugin;
-    plugin.setRate(48000.0f);
-    std::thread control([&plugin] {
-        for (int i = 0; i < 2000; ++i) {
-            plugin.set(i % 7, static_cast<float>(i % 2));
-            const float value = plugin.get(kSense);
-            EXPECT_TRUE(value == 0.0f || value == 1.0f || value == 0.84210527f);
-            plugin.text(effGetParamDisplay, i % 7);
-            plugin.dispatch(effSetProgram, 0, i % 16);
-            plugin.text(effGetProgramName);
-        }
-    });
-    std::vector<double> samples = noise(64);
-    for (int block = 0; block < 2000; ++block)
-        plugin.process(samples.data(), 64);
-    control.join();
 }

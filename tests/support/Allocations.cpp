@@ -11,7 +11,9 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
         return nullptr;
     if (Allocations::left > 0)
         --Allocations::left;
-    return std::malloc(size == 0 ? 1 : size);
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    Allocations::live += memory != nullptr;
+    return memory;
 }
 
 void* operator new(std::size_t size)
@@ -22,13 +24,18 @@ void* operator new(std::size_t size)
     return memory;
 }
 
+void operator delete(void* memory) noexcept
+{
+    Allocations::live -= memory != nullptr;
+    std::free(memory);
+}
+
 // clang-format off
 void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
 void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { operator delete(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { operator delete(memory); }
+void operator delete[](void* memory) noexcept { operator delete(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { operator delete(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { operator delete(memory); }
 // clang-format on
