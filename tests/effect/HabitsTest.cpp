@@ -150,9 +150,6 @@ TEST(Habits, TheBundleIsUnloadedAndLoadedAgain)
             const std::unique_ptr<K_TypeIF> interface(make(hostCallback));
             const Plugin plugin(interface->aeffect);
             plugin.setRate(48000.0f);
-            std::vector<double> samples = noise(480);
-            play(plugin, samples);
-            EXPECT_NE(samples, noise(480));
         }
         EXPECT_EQ(dlclose(bundle), 0);
         EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);

@@ -38,7 +38,7 @@ const std::set<int> kPointerFirst{21,  22,  59,  60,  68,  78,  81,  83,  84,  8
 const std::set<int> kPointerSecond{52, 66, 67, 68, 101, 102, 103, 105};
 const std::set<int> kPointerThird{86, 97};
 // The destructors, processing, and what other steps call.
-const std::set<int> kNotByItself{0,  1,  2,  7,  9,  10, 11, 13, 15, 16, 17,  18,  19,  20,  39, 40,
+const std::set<int> kNotByItself{0,  1,  2,  7,  9,  10, 11, 13, 16, 17, 18,  19,  20,  39,  40,
                                  41, 42, 43, 44, 53, 56, 69, 93, 94, 95, 111, 112, 113, 114, 161};
 
 class Life
@@ -102,25 +102,19 @@ private:
 
     void setRate()
     {
-        constexpr float kRates[] = {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f, 62.5f, 3072000.0f};
+        constexpr float kRates[] = {22050.0f, 48000.0f, 192000.0f, 62.5f, 3072000.0f};
         const float rate = in.ConsumeBool() ? in.PickValueInArray(kRates) : number();
-        in.ConsumeBool() ? plugin.setRate(rate) : plugin.call<void>(7, rate);
+        plugin.setRate(rate);
         hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
     }
 
-    void setProgram()
-    {
-        in.ConsumeBool()
-            ? static_cast<void>(plugin.dispatch(effSetProgram, 0, in.ConsumeIntegral<VstIntPtr>()))
-            : plugin.call<void>(15, index());
-    }
+    void setProgram() { plugin.dispatch(effSetProgram, 0, index()); }
 
     void rename()
     {
         const std::string name = text();
-        std::vector<char> given(name.c_str(), name.c_str() + name.size() + 1);
         names[plugin.dispatch(effGetProgram)] = name.substr(0, 23);
-        plugin.dispatch(effSetProgramName, 0, 0, given.data());
+        plugin.dispatch(effSetProgramName, 0, 0, std::string(name).data());
     }
 
     void setParameter()
