@@ -17,10 +17,19 @@
 class FlushToZero
 {
 public:
-    FlushToZero() noexcept : saved(read()) { write({saved.control | kFlushResults, saved.flags}); }
+    // Writing the state costs more than reading it, so what is as it should be is left alone.
+    FlushToZero() noexcept : saved(read())
+    {
+        if ((saved.control & kFlushResults) == 0)
+            write({saved.control | kFlushResults, saved.flags});
+    }
     FlushToZero(const FlushToZero&) = delete;
     FlushToZero& operator=(const FlushToZero&) = delete;
-    ~FlushToZero() { write(saved); }
+    ~FlushToZero()
+    {
+        if (!isAs(saved))
+            write(saved);
+    }
 
 private:
 #if defined(__i386__)
@@ -41,6 +50,10 @@ private:
         std::fesetenv(&state.flags);
         _mm_setcsr(state.control);
     }
+    static bool isAs(const State& /*state*/) noexcept
+    {
+        return false;  // the x87 unit's state costs as much to read as to write
+    }
 #elif defined(__SSE2__)
     struct State {
         std::uint32_t control;  // MXCSR, which holds the flags too
@@ -55,6 +68,10 @@ private:
     static void write(State state) noexcept
     {
         _mm_setcsr(state.control);
+    }
+    static bool isAs(State state) noexcept
+    {
+        return read().control == state.control;
     }
 #else
     struct State {
@@ -72,6 +89,11 @@ private:
     static void write(State state) noexcept
     {
         asm volatile("msr fpcr, %0\n\tmsr fpsr, %1" ::"r"(state.control), "r"(state.flags) : "memory");
+    }
+    static bool isAs(State state) noexcept
+    {
+        const State now = read();
+        return now.control == state.control && now.flags == state.flags;
     }
 #endif
 

@@ -41,6 +41,15 @@ struct StagedRun {
     bool effectOn;  // the effect is produced, not the dry input
 };
 
+// The samples of a run.
+struct StagedBuffers {
+    const double* input;
+    double* output;         // may be the input
+    double* line;           // entry of the first sample; entries for all from there on, older ones before it
+    std::ptrdiff_t first;   // place of the first sample in its block
+    std::ptrdiff_t frames;  // even, kMinStagedFrames .. kMaxStagedFrames
+};
+
 // What a sample hands to the next.
 struct StagedState {
     double shelf;
@@ -60,14 +69,12 @@ struct StagedState {
 // recurrences make it wait: they alone bound the time of a sample. Every operation and its order are those
 // of the formulas in Wail.h, and so are the bits.
 //
-// kMoving: a value glides or a switch fades; without it steps do not count. run: no sample stored is part of
-// it, hence `__restrict`. input, output: frames samples each; they may be the same buffer. line: the entry
-// of the first sample; frames entries from there on, and older ones before it. first: place of the first
-// sample in its block. frames: even, kMinStagedFrames .. kMaxStagedFrames. Answers the largest magnitude of
-// the input; what is no number does not count.
+// kMoving: a value glides or a switch fades; without it the steps do not count. run: no sample stored is
+// part of it, hence `__restrict`. Answers the largest magnitude of the input; what is no number does not
+// count. Audio thread.
 //
 // The caller sees to it that the delay of any finite input lies within the line: nothing here limits it.
 // What is no number reads as delay 0.
 template <bool kMoving>
-double processStaged(const StagedRun& __restrict run, StagedState& state, const double* input, double* output,
-                     double* line, std::ptrdiff_t first, std::ptrdiff_t frames) noexcept;
+double processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
+                     StagedState& state) noexcept;

@@ -120,7 +120,7 @@ private:
     bool detectorIsModerate() const noexcept;
     bool detectorIsFinite() const noexcept;
     void recover(double* output, VstInt32 frames) noexcept;
-    void finishBlock() noexcept;
+    void finishGlides() noexcept;
 
     double* lineEntry(VstInt32 k) const noexcept { return delayLine.get() + lineMargin + k; }
     void clearLine() noexcept;
@@ -137,7 +137,7 @@ private:
     Relaxed<float> fOnOff;
     Relaxed<float> fInvert;
 
-    // The values that the last block mapped; -1 has the next block map them all.
+    // The values that were mapped last; -1 has the next block map them all.
     float lastSense = -1.0f;
     float lastRange = -1.0f;
     float lastEnvelope = -1.0f;

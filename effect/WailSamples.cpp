@@ -1,10 +1,16 @@
-#include "effect/WailRun.h"
+#include "effect/Wail.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
+
+constexpr double kDetectorGain = 1.584893192;  // +4 dB, 10^(4/20)
+
+// Magnitudes far above any sound and far below the largest double: where the input, the line and the detector
+// start from these, no feedback below 0.95 and no gain of the path takes them to overflow.
+constexpr double kModerate = 1e110;
 
 bool isModerate(double value)
 {
@@ -33,7 +39,94 @@ bool staysWithin(double start, double target, double high)
     return start >= 0.0 && target >= 0.0 && start <= high && target <= high;
 }
 
+bool areFinite(const double* samples, VstInt32 count)
+{
+    return std::all_of(samples, samples + count, [](double s) { return std::isfinite(s); });
+}
+
 }  // namespace
+
+// Samples of a block in which neither switch changes its state and the line does not come round.
+struct Wail::Run {
+    const double* input;
+    double* output;
+    double* line;     // entry of the first sample
+    VstInt32 first;   // place of the first sample in its block
+    VstInt32 length;  // samples
+    bool effectOn;    // the effect is produced, not the dry input
+    FadeSwitch::Gain onOff;
+    FadeSwitch::Gain invert;
+};
+
+// Cuts the block where a switch changes its state and where the line comes round. Answers whether all was
+// finite. A look at every sample would cost more than a tenth of the block's time: where the input, the
+// gains and what the effect remembers are moderate, nothing can overflow, and only other runs are looked at.
+bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
+{
+    if (gainsMayMove)
+        stageGains(frames);
+    const bool moderate = memoryIsModerate && gainsAreModerate;
+    bool allModerate = moderate;
+    bool finite = true;
+    VstInt32 length = 0;
+    for (VstInt32 first = 0; first < frames; first += length) {
+        length = std::min({frames - first, onOffSwitch->samplesLeft(), invertSwitch->samplesLeft(),
+                           delayLength - writeIndex, VstInt32{kMaxStagedFrames}});
+        if (invertSwitch->isSilent())
+            setInvert();
+        // While On/Off fades out, the value before the change is still in force.
+        const bool effectOn = (fOnOff == 1.0f) != (onOffSwitch->state == FadeSwitch::kFadingOut);
+        const Run run{.input = input + first,
+                      .output = output + first,
+                      .line = lineEntry(writeIndex),
+                      .first = first,
+                      .length = length,
+                      .effectOn = effectOn,
+                      .onOff = onOffSwitch->gain(),
+                      .invert = invertSwitch->gain()};
+        const double peak = moderate ? processPairs(run) : processSamples(run, 0);
+        if (!moderate || peak > kModerate) {
+            finite &= areFinite(run.output, length) && areFinite(run.line, length);
+            allModerate = false;
+        }
+        advanceLine(length);
+        onOffSwitch->advance(length);
+        invertSwitch->advance(length);
+        if (invertSwitch->state == FadeSwitch::kIdle && fInvert != appliedInvert)
+            invertSwitch->state = FadeSwitch::kFadingOut;  // it changed after the silent point
+    }
+    if (allModerate && detectorIsModerate())
+        return true;
+    memoryIsModerate = detectorIsModerate() && lineIsModerate();
+    return finite && detectorIsFinite();
+}
+
+// Nothing that is not finite is heard, and nothing of it is left: the next block starts as after long
+// silence. Glides, switches and the write position go on.
+void Wail::recover(double* output, VstInt32 frames) noexcept
+{
+    const auto notFinite = [](double sample) { return !std::isfinite(sample); };
+    std::replace_if(output, output + frames, notFinite, 0.0);
+    clearLine();
+    detectorShelf->refresh();
+    detectorHighpass->refresh();
+    envelopeSmoother->refresh();
+    envelope = 0.0;
+    memoryIsModerate = true;
+}
+
+// What the quick form of the sample path takes from the detector and never changes.
+void Wail::stageDetector() noexcept
+{
+    const IIRFilter::Coefficients& shelf = detectorShelf->coef;
+    const IIRFilter::Coefficients& highpass = detectorHighpass->coef;
+    staged.sectionsB0 = Pair{shelf.b0, highpass.b0};
+    staged.sectionsB1 = Pair{shelf.b1, highpass.b1};
+    staged.sectionsFb1 = Pair{shelf.fb1, highpass.fb1};
+    staged.detectorGain = inBothLanes(kDetectorGain);
+    staged.wetDelayGain = inBothLanes(wetDelayGain);
+    staged.one = inBothLanes(1.0);
+}
 
 // Prepares the glides of a block, which stand even when the silent point of a switch gives a new target.
 void Wail::stageGains(VstInt32 frames) noexcept
@@ -72,7 +165,7 @@ double Wail::processPairs(const Run& run) noexcept
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
     const auto process = gainsMayMove || fading ? processStaged<true> : processStaged<false>;
-    const double peak = process(staged, state, run.input, run.output, run.line, run.first, paired);
+    const double peak = process(staged, {run.input, run.output, run.line, run.first, paired}, state);
     detectorShelf->z1 = state.shelf;
     detectorHighpass->z1 = state.highpass;
     envelope = state.envelope;

@@ -1,7 +1,5 @@
 #include "effect/Wail.h"
 
-#include "effect/WailRun.h"
-
 #include <algorithm>
 #include <new>
 #include <utility>
@@ -125,19 +123,6 @@ void Wail::adopt(RateObjects&& built) noexcept
     envelopeSmoother = std::move(built.envelopeSmoother);
     onOffSwitch = std::move(built.onOffSwitch);
     invertSwitch = std::move(built.invertSwitch);
-}
-
-// What the quick form of the sample path takes from the detector and never changes.
-void Wail::stageDetector() noexcept
-{
-    const IIRFilter::Coefficients& shelf = detectorShelf->coef;
-    const IIRFilter::Coefficients& highpass = detectorHighpass->coef;
-    staged.sectionsB0 = Pair{shelf.b0, highpass.b0};
-    staged.sectionsB1 = Pair{shelf.b1, highpass.b1};
-    staged.sectionsFb1 = Pair{shelf.fb1, highpass.fb1};
-    staged.detectorGain = inBothLanes(kDetectorGain);
-    staged.wetDelayGain = inBothLanes(wetDelayGain);
-    staged.one = inBothLanes(1.0);
 }
 
 void Wail::setRelease(double factor) noexcept
