@@ -56,8 +56,8 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
     const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
     const float rates[] = {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f};
     const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
-    const double hostile[] = {1e308, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
-    for (unsigned seed = 0; seed < 10; ++seed) {
+    const double hostile[] = {1e308, 2e307, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
+    for (unsigned seed = 0; seed < 24; ++seed) {
         std::mt19937 random(seed);
         const auto oneIn = [&random](unsigned n) { return random() % n == 0; };
         const Plugin plugin;
@@ -85,7 +85,7 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
                         seed % 3 == 0 && oneIn(2) ? 1.0f : static_cast<float>(random() % 1001) / 1000.0f);
             }
             if (oneIn(20))  // far beyond the range, and no number at all
-                set(static_cast<VstInt32>(1 + random() % 4), wild[random() % 6]);
+                set(std::array{kSense, kReso, kRange, kBalance, kEnvelope}[random() % 5], wild[random() % 6]);
             if (oneIn(40)) {
                 plugin.dispatch(effMainsChanged, 0, 1);
                 reference.resume();
@@ -95,8 +95,11 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
             const int length = oneIn(5) ? static_cast<int>(random() % 700) : lengths[random() % 9];
             const auto start = source.begin() + random() % (source.size() - 4096);
             std::vector<double> input(start, start + length);
-            if (length > 0 && oneIn(30))
-                input[random() % input.size()] = hostile[random() % 6];
+            if (length > 0 && oneIn(30)) {
+                const double value = hostile[random() % 7];
+                for (std::size_t i = random() % input.size(); i < input.size() && !oneIn(200); ++i)
+                    input[i] = oneIn(2) ? value : -value;
+            }
             std::vector<double> expected(input.size());
             reference.process(input.data(), expected.data(), length);
 
