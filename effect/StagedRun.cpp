@@ -47,7 +47,7 @@ public:
            StagedState& memory)
         : run(settings), input(buffers.input), output(buffers.output), line(buffers.line), handed(between),
           state(memory), sections{memory.shelf, memory.highpass}, envelope(inBothLanes(memory.envelope)),
-          smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.first))
+          smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock))
     {
     }
 

@@ -35,7 +35,8 @@ struct StagedRun {
     Pair sweepDepth;  // samples
     Pair sweepSign;   // -0: louder is shorter; 0: louder is longer
     Pair wetDelayGain;
-    Pair zero, one;  // as unknowns: g++ makes one instruction of `a < b ? a : b` only where it knows neither
+    Pair zero,
+        one;  // in memory: only of values that it does not know g++ makes one instruction of `a < b ? a : b`
     double smootherPole, smootherInput;
     bool scaled;    // the switches' gains count
     bool effectOn;  // the effect is produced, not the dry input
@@ -44,10 +45,10 @@ struct StagedRun {
 // The samples of a run.
 struct StagedBuffers {
     const double* input;
-    double* output;         // may be the input
-    double* line;           // entry of the first sample; entries for all from there on, older ones before it
-    std::ptrdiff_t first;   // place of the first sample in its block
-    std::ptrdiff_t frames;  // even, kMinStagedFrames .. kMaxStagedFrames
+    double* output;  // may be the input
+    double* line;    // entry of the first sample; entries for all from there on, older ones before it
+    std::ptrdiff_t placeInBlock;  // of the first sample
+    std::ptrdiff_t frames;        // even, kMinStagedFrames .. kMaxStagedFrames
 };
 
 // What a sample hands to the next.
@@ -73,8 +74,9 @@ struct StagedState {
 // part of it, hence `__restrict`. Answers the largest magnitude of the input; what is no number does not
 // count. Audio thread.
 //
-// The caller sees to it that the delay of any finite input lies within the line: nothing here limits it.
-// What is no number reads as delay 0.
+// Nothing here limits the delay: gains and state are such that it lies within the line. Input that is no
+// number or overflows the sections leaves state and output that are not finite; the delay then is 0 or still
+// within the line.
 template <bool kMoving>
 double processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
                      StagedState& state) noexcept;

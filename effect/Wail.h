@@ -109,12 +109,13 @@ private:
     void updateSwitches();
     bool processRuns(const double* input, double* output, VstInt32 frames);
     void stageDetector() noexcept;
-    void stageGains(VstInt32 frames) noexcept;
-    double processPairs(const Run& run) noexcept;
-    double processSamples(const Run& run, VstInt32 from) noexcept;
+    void stageGlides(VstInt32 frames) noexcept;
+    double processQuickly(const Run& run) noexcept;
+    double processPlainly(const Run& run, VstInt32 from) noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
     double readLine(VstInt32 entry, double delay) const noexcept;
+    void advance(VstInt32 samples) noexcept;
     void advanceLine(VstInt32 samples) noexcept;
     bool lineIsModerate() const noexcept;
     bool detectorIsModerate() const noexcept;
@@ -162,7 +163,6 @@ private:
 
     std::unique_ptr<double[]> delayLine;  // circular, delayLength samples after lineMargin ones of room
     VstInt32 lineMargin = 0;              // samples: the longest delay of parameters in 0 .. 1, and 2
-    bool memoryIsModerate = true;         // line and detector allow the quick form of the sample path
     VstInt32 writeIndex = 0;              // entry of the current sample; the oldest until it is written
     double envelope = 0.0;                // level followed, 0 .. 1
     double releaseCoef = 0.0;             // the envelope's fall, a factor per sample
@@ -184,7 +184,11 @@ private:
     double initialRelease = 0.9;  // releaseCoef until the first block
     double wetDelayGain = 1.5;    // weight of the delayed signal in the wet mix
 
-    bool gainsMayMove = true;      // the next block prepares its glides; in a block, whether one glides
-    bool gainsAreModerate = true;  // as parameters in 0 .. 1 give them: moderate samples stay moderate
-    StagedRun staged{};            // all of this again, as the quick form of the sample path reads it
+    bool glidesAreStale = true;    // the next block prepares its glides anew
+    bool gliding = false;          // a value of this block moves
+    bool gainsAreModerate = true;  // as parameters in 0 .. 1 give them
+    bool memoryIsModerate = true;  // so are line and detector: nothing can overflow
+
+    // What the quick form reads of all this; written where that is.
+    StagedRun staged{};
 };

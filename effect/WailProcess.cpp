@@ -30,7 +30,7 @@ void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sa
     updateSwitches();
     if (sampleFrames > 0 && !processRuns(inputs[0], outputs[0], sampleFrames))
         recover(outputs[0], sampleFrames);
-    if (gainsMayMove)
+    if (glidesAreStale)
         finishGlides();
 }
 
@@ -39,7 +39,7 @@ void Wail::mapChangedParameters() noexcept
 {
     const auto changed = [this](float value, float& last) {
         const bool isNew = value != last;
-        gainsMayMove |= isNew;
+        glidesAreStale |= isNew;
         last = value;
         return isNew;
     };

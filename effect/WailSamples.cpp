@@ -9,8 +9,10 @@ namespace
 constexpr double kDetectorGain = 1.584893192;  // +4 dB, 10^(4/20)
 
 // Magnitudes far above any sound and far below the largest double: where the input, the line and the detector
-// start from these, no feedback below 0.95 and no gain of the path takes them to overflow.
+// start from these, gains up to the following take nothing to overflow.
 constexpr double kModerate = 1e110;
+constexpr double kMaxSense = 4.0;  // the curve ends at 3.16
+constexpr double kMaxReso = 0.95;  // the curve ends at 0.936
 
 bool isModerate(double value)
 {
@@ -50,23 +52,22 @@ bool areFinite(const double* samples, VstInt32 count)
 struct Wail::Run {
     const double* input;
     double* output;
-    double* line;     // entry of the first sample
-    VstInt32 first;   // place of the first sample in its block
-    VstInt32 length;  // samples
-    bool effectOn;    // the effect is produced, not the dry input
+    double* line;           // entry of the first sample
+    VstInt32 placeInBlock;  // of the first sample
+    VstInt32 length;        // samples
+    bool effectOn;          // the effect is produced, not the dry input
     FadeSwitch::Gain onOff;
     FadeSwitch::Gain invert;
 };
 
 // Cuts the block where a switch changes its state and where the line comes round. Answers whether all was
-// finite. A look at every sample would cost more than a tenth of the block's time: where the input, the
-// gains and what the effect remembers are moderate, nothing can overflow, and only other runs are looked at.
+// finite. A look at every sample would cost more than a tenth of the block's time, and moderate runs cannot
+// overflow; from the first run that is not moderate, the rest of the block goes the plain way and is looked at.
 bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
 {
-    if (gainsMayMove)
-        stageGains(frames);
-    const bool moderate = memoryIsModerate && gainsAreModerate;
-    bool allModerate = moderate;
+    if (glidesAreStale)
+        stageGlides(frames);
+    bool moderate = memoryIsModerate && gainsAreModerate;  // so far
     bool finite = true;
     VstInt32 length = 0;
     for (VstInt32 first = 0; first < frames; first += length) {
@@ -79,26 +80,32 @@ bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
         const Run run{.input = input + first,
                       .output = output + first,
                       .line = lineEntry(writeIndex),
-                      .first = first,
+                      .placeInBlock = first,
                       .length = length,
                       .effectOn = effectOn,
                       .onOff = onOffSwitch->gain(),
                       .invert = invertSwitch->gain()};
-        const double peak = moderate ? processPairs(run) : processSamples(run, 0);
-        if (!moderate || peak > kModerate) {
+        const double peak = moderate ? processQuickly(run) : processPlainly(run, 0);
+        moderate = moderate && peak <= kModerate;
+        if (!moderate)
             finite &= areFinite(run.output, length) && areFinite(run.line, length);
-            allModerate = false;
-        }
-        advanceLine(length);
-        onOffSwitch->advance(length);
-        invertSwitch->advance(length);
-        if (invertSwitch->state == FadeSwitch::kIdle && fInvert != appliedInvert)
-            invertSwitch->state = FadeSwitch::kFadingOut;  // it changed after the silent point
+        advance(length);
     }
-    if (allModerate && detectorIsModerate())
+    if (moderate && detectorIsModerate())
         return true;
-    memoryIsModerate = detectorIsModerate() && lineIsModerate();
+    memoryIsModerate = gainsAreModerate && detectorIsModerate() && lineIsModerate();
     return finite && detectorIsFinite();
+}
+
+// Moves the line and the switches on.
+void Wail::advance(VstInt32 samples) noexcept
+{
+    const bool wasFading = invertSwitch->state != FadeSwitch::kIdle;
+    advanceLine(samples);
+    onOffSwitch->advance(samples);
+    invertSwitch->advance(samples);
+    if (wasFading && invertSwitch->state == FadeSwitch::kIdle && fInvert != appliedInvert)
+        invertSwitch->state = FadeSwitch::kFadingOut;  // it changed after the silent point
 }
 
 // Nothing that is not finite is heard, and nothing of it is left: the next block starts as after long
@@ -125,11 +132,12 @@ void Wail::stageDetector() noexcept
     staged.sectionsFb1 = Pair{shelf.fb1, highpass.fb1};
     staged.detectorGain = inBothLanes(kDetectorGain);
     staged.wetDelayGain = inBothLanes(wetDelayGain);
+    staged.zero = inBothLanes(0.0);
     staged.one = inBothLanes(1.0);
 }
 
 // Prepares the glides of a block, which stand even when the silent point of a switch gives a new target.
-void Wail::stageGains(VstInt32 frames) noexcept
+void Wail::stageGlides(VstInt32 frames) noexcept
 {
     const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
     staged.sense = glide(senseStart, senseTarget, inc);
@@ -137,49 +145,50 @@ void Wail::stageGains(VstInt32 frames) noexcept
     staged.reso = glide(resoStart, resoTarget, inc);
     staged.dry = glide(dryStart, dryTarget, inc);
     staged.wet = glide(wetStart, wetTarget, inc);
-    gainsMayMove = senseStart != senseTarget || rangeStart != rangeTarget || resoStart != resoTarget ||
-                   dryStart != dryTarget || wetStart != wetTarget;
-    gainsAreModerate = staysWithin(senseStart, senseTarget, 10.0) &&
-                       staysWithin(rangeStart, rangeTarget, 1.0) &&
-                       staysWithin(resoStart, resoTarget, 0.95) && staysWithin(dryStart, dryTarget, 1.0) &&
-                       staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
+    gliding = senseStart != senseTarget || rangeStart != rangeTarget || resoStart != resoTarget ||
+              dryStart != dryTarget || wetStart != wetTarget;
+    glidesAreStale = gliding;
+    gainsAreModerate =
+        staysWithin(senseStart, senseTarget, kMaxSense) && staysWithin(rangeStart, rangeTarget, 1.0) &&
+        staysWithin(resoStart, resoTarget, kMaxReso) && staysWithin(dryStart, dryTarget, 1.0) &&
+        staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
 }
 
-// The quick form of processSamples, for moderate gains and a moderate memory; short runs and a last odd
+// The staged form of processPlainly, for moderate gains and a moderate memory; short runs and a last odd
 // sample go the plain way.
-double Wail::processPairs(const Run& run) noexcept
+double Wail::processQuickly(const Run& run) noexcept
 {
     if (run.length < kMinStagedFrames)
-        return processSamples(run, 0);
+        return processPlainly(run, 0);
     const bool fading = run.onOff.perSample != 0.0 || run.invert.perSample != 0.0;
     staged.effectOn = run.effectOn;
     staged.scaled = fading || !run.effectOn;
     if (staged.scaled) {
         const FadeSwitch::Gain invert = run.effectOn ? run.invert : FadeSwitch::Gain{1.0, 0.0, 1.0};
-        staged.onOffGain = glide(run.onOff, run.first);
+        staged.onOffGain = glide(run.onOff, run.placeInBlock);
         staged.onOffUnit = inBothLanes(run.onOff.unit);
-        staged.invertGain = glide(invert, run.first);
+        staged.invertGain = glide(invert, run.placeInBlock);
         staged.invertUnit = inBothLanes(invert.unit);
     }
 
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
-    const auto process = gainsMayMove || fading ? processStaged<true> : processStaged<false>;
-    const double peak = process(staged, {run.input, run.output, run.line, run.first, paired}, state);
+    const auto process = gliding || fading ? processStaged<true> : processStaged<false>;
+    const double peak = process(staged, {run.input, run.output, run.line, run.placeInBlock, paired}, state);
     detectorShelf->z1 = state.shelf;
     detectorHighpass->z1 = state.highpass;
     envelope = state.envelope;
     envelopeSmoother->z1 = state.smoothed;
-    return paired == run.length ? peak : std::max(peak, processSamples(run, paired));
+    return paired == run.length ? peak : std::max(peak, processPlainly(run, paired));
 }
 
 // The samples of a run from the one numbered from on, as the formulas have them. Answers the largest
 // magnitude of the input, what is no number left out.
-double Wail::processSamples(const Run& run, VstInt32 from) noexcept
+double Wail::processPlainly(const Run& run, VstInt32 from) noexcept
 {
     double peak = 0.0;
     for (VstInt32 i = from; i < run.length; ++i) {
-        const double n = run.first + i;
+        const double n = run.placeInBlock + i;
         const double x = run.input[i];
         const double e = followLevel(x, at(staged.sense, n));
         const double y = readLine(writeIndex + i, delayFor(e, at(staged.range, n)));
@@ -259,7 +268,8 @@ bool Wail::detectorIsModerate() const noexcept
            envelope <= 1.0 && envelopeSmoother->z1 >= 0.0 && envelopeSmoother->z1 <= 1.0 + 1e-9;
 }
 
-// What is not finite in the detector stays there, so the end of a block tells.
+// What is not finite in the detector stays there, so the end of a block tells: each state feeds back by a
+// factor that is not 0, and the smoother keeps what an envelope was for one sample.
 bool Wail::detectorIsFinite() const noexcept
 {
     return std::isfinite(detectorShelf->z1) && std::isfinite(detectorHighpass->z1) &&

@@ -58,6 +58,7 @@ std::unique_ptr<ParamCurve> makeCurve(double valueAtZero, double valueAtOne, flo
 struct Wail::RateObjects {
     explicit RateObjects(double rate)
         : delayLength(static_cast<VstInt32>(rate * kDelayLineSeconds)),
+          // 2: the older entry of an interpolation, and rounding. The quick form reads no farther back.
           lineMargin(static_cast<VstInt32>(rate * (kUpward.base + kUpward.depth)) + 2),
           delayLine(new double[lineMargin + delayLength]),
           senseCurve(makeCurve(0.630957344, 3.16)),                    // -4 dB to +10 dB
@@ -159,6 +160,6 @@ void Wail::setInvert()
     staged.smootherPole = envelopeSmoother->coef.b0;
     staged.smootherInput = envelopeSmoother->coef.fb1;
     rangeTarget = rangeCurve->map(fRange);
-    gainsMayMove = true;
+    glidesAreStale = true;
     appliedInvert = invert;
 }

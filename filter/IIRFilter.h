@@ -75,7 +75,8 @@ private:
         }
         const double y = c.b0 * x + z1;
         z1 = (c.b1 * x + z2) + c.fb1 * y;
-        z2 = c.b2 * x + c.fb2 * y;
+        // Of a first-order section it stays 0, where 0 times an overflow would be not-a-number.
+        z2 = c.b2 == 0.0 && c.fb2 == 0.0 ? 0.0 : c.b2 * x + c.fb2 * y;
         *sample = y;
     }
 

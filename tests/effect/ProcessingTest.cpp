@@ -113,6 +113,33 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
     }
 }
 
+// The comb takes a loud square wave of its own pitch to the end of the numbers, and what overflows is heard only
+// after it, within the block or in the next.
+TEST(Processing, FindsAnOverflowHoweverLateItComes)
+{
+    for (const int loudest : {511, 1020}) {
+        for (double peak = 1e307; peak < 3e307; peak *= 1.05) {
+            const Plugin plugin;
+            ReferenceWail reference;
+            reference.parameters = {1.0f, 0.0f, 1.0f, 0.0f, 1.0f, 1.0f, 1.0f};
+            for (VstInt32 index = 0; index < 7; ++index)
+                plugin.set(index, reference.parameters[static_cast<std::size_t>(index)]);
+            plugin.setRate(48000.0f);
+            reference.setRate(48000.0);
+            for (int block = 0; block < 60; ++block) {
+                std::vector<double> samples(1024), expected(1024);
+                for (int i = 0; i < 1024; ++i)  // a small signal sets the delay, to 37 samples in the end
+                    samples[static_cast<std::size_t>(i)] =
+                        block < 50 ? i % 2 * 2.0 - 1.0
+                                   : (block == 50 && i < loudest ? (i / 37 % 2 * 2.0 - 1.0) * peak : 0.0);
+                reference.process(samples.data(), expected.data(), 1024);
+                plugin.process(samples.data(), 1024);
+                ASSERT_TRUE(sameBits(samples, expected)) << peak << " block " << block;
+            }
+        }
+    }
+}
+
 // A faint impulse leaves the sweep at rest: 70 samples at 48 kHz, 15 when inverted.
 TEST(Processing, CombsWithTheDelayFeedbackAndMixThatItsFormulasGive)
 {

@@ -10,8 +10,7 @@ double ReferenceWail::Section::run(double x)
     if (onePole)
         return z1 = b0 * z1 + b1 * x;
     const double y = b0 * x + z1;
-    z1 = (b1 * x + z2) + fb1 * y;
-    z2 = 0.0 * x + 0.0 * y;
+    z1 = b1 * x + fb1 * y;
     return y;
 }
 
@@ -50,8 +49,8 @@ void ReferenceWail::setRate(double rate)
     release = 0.9;
     from = to = {};
     mapped.fill(-1.0f);
-    const double K90 = std::tan(3.141592653589794 * 90.0 / rate);
-    const double K80 = std::tan(3.141592653589794 * 80.0 / rate);
+    const double K90 = std::tan(3.141592653589794 * std::min(90.0, 0.5 * rate) / rate);
+    const double K80 = std::tan(3.141592653589794 * std::min(80.0, 0.5 * rate) / rate);
     const double V = 1.0 / std::pow(10.0, -9.0 / 20.0);
     const double n90 = 1.0 / (1.0 + K90);
     const double n80 = 1.0 / (1.0 + K80);
@@ -147,7 +146,7 @@ void ReferenceWail::process(const double* input, double* output, int frames)
         std::replace_if(
             output, output + frames, [](double s) { return !std::isfinite(s); }, 0.0);
         for (Section* section : {&shelf, &highpass, &smoother})
-            section->z1 = section->z2 = 0.0;
+            section->z1 = 0.0;
         envelope = 0.0;
         resume();
     }

@@ -5,7 +5,7 @@
 #include <vector>
 
 // The effect's sound path again, written the plain way: every gain, glide and filter of a sample worked out
-// at that sample, no code of the effect's. What the effect renders must be the same to the last bit.
+// at that sample, none of the effect's code for it. What the effect renders must be the same to the last bit.
 class ReferenceWail
 {
 public:
@@ -20,7 +20,7 @@ private:
     struct Section {  // one-pole: y = b0 y + b1 x; otherwise a first-order section
         bool onePole;
         double b0, b1, fb1;
-        double z1 = 0.0, z2 = 0.0;
+        double z1 = 0.0;
         double run(double x);
     };
     struct Switch {
