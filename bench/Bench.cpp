@@ -29,6 +29,7 @@ template <typename Process>
 void measure(benchmark::State& state, int blockLength, Process process)
 {
     std::vector<double> output(kSignalLength);
+    benchmark::DoNotOptimize(output.data());
     for (auto _ : state) {
         for (int first = 0; first + blockLength <= kSignalLength; first += blockLength)
             process(signal().data() + first, output.data() + first, blockLength);
