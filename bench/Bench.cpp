@@ -9,7 +9,7 @@
 #include <deque>
 #include <map>
 
-// Measures every kernel in one run, the rounds interleaved, and prints the least time of each and the ratios
+// Measures every kernel in one run, in many short rounds, interleaved, and prints the least time of each and the ratios
 // that matter.
 
 namespace
@@ -183,8 +183,8 @@ int main(int argc, char** argv)
 {
     std::vector<char*> arguments(argv, argv + argc);
     char interleave[] = "--benchmark_enable_random_interleaving=true";
-    char rounds[] = "--benchmark_repetitions=25";
-    char time[] = "--benchmark_min_time=0.01";
+    char rounds[] = "--benchmark_repetitions=100";
+    char time[] = "--benchmark_min_time=0.002";
     arguments.insert(arguments.begin() + 1, {interleave, rounds, time});
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
@@ -197,7 +197,7 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("transition", transition);
     benchmark::RegisterBenchmark("shortDelay", shortDelay);
     benchmark::RegisterBenchmark("instances", instances);
-    benchmark::RegisterBenchmark("silence", silence)->DenseRange(1, 60)->Iterations(1);
+    benchmark::RegisterBenchmark("silence", silence)->DenseRange(1, 60)->Iterations(1)->Repetitions(20);
 
     Least least;
     benchmark::RunSpecifiedBenchmarks(&least);
