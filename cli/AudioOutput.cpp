@@ -127,7 +127,8 @@ void AudioOutput::writeIntegers(std::span<const double> samples)
     const double scale = std::exp2(bits - 1);
     integers.resize(samples.size());
     toIntegers(samples, scale, 1 << (32 - bits), integers.data());
-    countClipped(samples, (scale - 0.5) / scale);  // from here on, rounding goes beyond the largest value
+    // Rounding stays within the type's values half a step beyond the last of them.
+    countClipped(samples, -(scale + 0.5) / scale, (scale - 0.5) / scale);
     const auto count = static_cast<sf_count_t>(samples.size());
     check(sf_write_int(sound.get(), integers.data(), count) == count);
 }
@@ -137,15 +138,15 @@ void AudioOutput::writeLimited(std::span<const double> samples)
     limited.resize(samples.size());
     std::ranges::transform(samples, limited.begin(),
                            [](double sample) { return std::clamp(sample, -1.0, 1.0); });
-    countClipped(samples, 1.0);
+    countClipped(samples, -1.0, 1.0);
     const auto count = static_cast<sf_count_t>(samples.size());
     check(sf_write_double(sound.get(), limited.data(), count) == count);
 }
 
-void AudioOutput::countClipped(std::span<const double> samples, double limit)
+void AudioOutput::countClipped(std::span<const double> samples, double low, double high)
 {
-    if (peakOf(samples) > limit)
-        clipped += std::ranges::count_if(samples, [limit](double x) { return x > limit || x < -1.0; });
+    if (peakOf(samples) > high)
+        clipped += std::ranges::count_if(samples, [=](double x) { return x > high || x < low; });
 }
 
 void AudioOutput::check(bool done) const

@@ -26,7 +26,7 @@ public:
 private:
     void writeIntegers(std::span<const double> samples);
     void writeLimited(std::span<const double> samples);
-    void countClipped(std::span<const double> samples, double limit);
+    void countClipped(std::span<const double> samples, double low, double high);
     void check(bool done) const;
 
     SF_INFO info;

@@ -85,7 +85,7 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings)
     command.add_option("--automation", settings.sound.automation, "parameters over time, a JSON file")
         ->type_name("FILE")
         ->group("Sound");
-    command.add_option("--block", settings.sound.blockSize, "frames in a block, 512 by default")
+    command.add_option("--block", settings.sound.blockSize, "frames in a block, 64 by default")
         ->check(CLI::Range(1, 1 << 20))
         ->type_name("N")
         ->group("Sound");

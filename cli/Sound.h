@@ -18,7 +18,10 @@ struct SoundSettings {
     std::string preset;               // .fxp, or the name of one that comes with the program; empty for none
     ParameterValues parameters;
     std::filesystem::path automation;  // JSON; empty for none
-    VstInt32 blockSize = 512;          // frames, 1 or more
+
+    // Frames, 1 or more. A change of Invert moves the sweep at the start of the next block, which in long
+    // blocks falls into the audible part of the fade-in.
+    VstInt32 blockSize = 64;
 };
 
 // Gives the effect the bank, program, preset and parameters. Throws Error.

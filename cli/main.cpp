@@ -5,7 +5,9 @@
 #include "cli/Suggestion.h"
 #include "cli/TemporaryFiles.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace
 {
@@ -54,6 +56,13 @@ void addWriter(CLI::App& app, const std::string& option, std::string (*write)(co
     app.add_flag_function(option, print)->group("")->trigger_on_parse();
 }
 
+// What standard output has not taken is an error, unless its reader has seen enough.
+void finishOutput()
+{
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && errno != EPIPE)
+        throw Error(std::string("cannot write standard output: ") + std::strerror(errno));
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app("wail: plays audio files through Wail, a comb filter that sweeps with the level.", "wail");
@@ -70,11 +79,12 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
-        return app.exit(help);
+        app.exit(help);
     } catch (const CLI::ParseError& error) {
         std::fprintf(stderr, "error: %s\n", describe(app, error).c_str());
         return kWrongCommandLine;
     }
+    finishOutput();
     return 0;
 }
 
