@@ -13,6 +13,8 @@ namespace
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kLongestName = 23;  // bytes: the interface keeps 24 with the zero at the end
+
 struct PresetCommand {
     std::vector<std::string> files;  // or names, to show
     fs::path output;                 // to write
@@ -138,6 +140,9 @@ void addPresetCommand(CLI::App& app)
         ->required()
         ->type_name("FILE");
     writing.add_option("--name", command->name, "name of the program, up to 23 characters")
+        ->check([](const std::string& name) {
+            return name.size() > kLongestName ? "it holds at most 23 characters" : std::string();
+        })
         ->type_name("NAME");
     addSoundOptions(writing, command->sound);
     writing.final_callback([command] { write(*command); });

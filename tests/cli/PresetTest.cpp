@@ -54,6 +54,8 @@ TEST_F(Preset, FilesHoldTheInterfacesBytesAndSurviveARoundTrip)
 {
     ASSERT_EQ(run("preset write -o a.fxp --name Quack --sense 0.3 --envelope 0.125"), 0) << contentOf("err");
     EXPECT_EQ(contentOf("a.fxp"), program("Quack", 0.3f));
+    expectFailure(2, "$W preset write -o a.fxp --name 'A name of 24 characters.'");
+    EXPECT_EQ(contentOf("a.fxp"), program("Quack", 0.3f));
 
     const std::string foreign = program(std::string("Long name of 27 characters\0?", 28), 0.7f, 3);
     store("foreign.fxp", foreign);
