@@ -74,6 +74,14 @@ void choose(AudioFormat& format, const std::string& name)
         throw Error("no format '" + name + "'" + didYouMean(name, allNames()));
 }
 
+// The container of an extension in lower case; 0 where it is none of a container's.
+int namedBy(const std::string& extension)
+{
+    if (extension.empty())
+        return 0;
+    return extension == ".opus" ? SF_FORMAT_OGG : find(kContainers, extension.substr(1));
+}
+
 // 0 where nothing tells.
 int containerFor(const fs::path& place, const fs::path& input, const SF_INFO& source)
 {
@@ -85,7 +93,23 @@ int containerFor(const fs::path& place, const fs::path& input, const SF_INFO& so
         return 0;
     if (extension == lowerCase(input.extension().string()) || extension == extensionOf(own))
         return own;
-    return extension == ".opus" ? SF_FORMAT_OGG : find(kContainers, extension.substr(1));
+    return namedBy(extension);
+}
+
+// WAV comes in kinds that share its extension.
+int familyOf(int container)
+{
+    return container == SF_FORMAT_WAVEX || container == SF_FORMAT_RF64 ? SF_FORMAT_WAV : container;
+}
+
+// Refuses a chosen container that is not the one that the place's extension names.
+void checkExtension(int chosen, const fs::path& place)
+{
+    const std::string extension = lowerCase(place.extension().string());
+    const int named = namedBy(extension);
+    if (chosen != 0 && named != 0 && familyOf(chosen) != familyOf(named))
+        throw Error("cannot write " + place.string() + " as " + extensionOf(chosen).substr(1) +
+                    "; leave out --format or end the name in " + extensionOf(chosen));
 }
 
 std::vector<int> typesFor(const AudioFormat& chosen, const fs::path& place, const SF_INFO& source)
@@ -136,6 +160,7 @@ std::string extensionOf(int container)
 SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& place, const fs::path& input,
                      const SF_INFO& source)
 {
+    checkExtension(chosen.container, place);
     SF_INFO info{};
     info.samplerate = source.samplerate;
     info.channels = source.channels;

@@ -130,7 +130,7 @@ TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
     for (const char* const arguments :
          {"missing.wav -o out.wav", "text.wav -o out.wav", "empty.wav -o out.wav", "in.wav -o in.wav",
           "in.wav -o ./../$(basename $PWD)/in.wav", "in.wav -o nowhere/out.wav", "in.wav -o folder.wav",
-          "in.wav -o out.unknown",
+          "in.wav -o out.unknown", "in.wav -o out.wav --format mp3",
           "in.wav -o out.wav --automation moves.json", "in.wav -o out.wav --automation text.wav",
           "in.wav -o out.wav --program 17", "in.wav -o out.wav --preset nothing",
           "in.wav -o out.wav --bundle text.wav"})
