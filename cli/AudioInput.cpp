@@ -72,6 +72,9 @@ int openDescriptor(const fs::path& file)
                     (errno == ENOENT ? "no such file" : std::strerror(errno)));
     if (S_ISDIR(status.st_mode))
         throw Error("cannot read " + file.string() + " as audio: it is a folder");
+    if (S_ISREG(status.st_mode) && status.st_size == 0)
+        throw Error("cannot read " + (file == "-" ? "standard input" : file.string()) +
+                    " as audio: it is empty");
     return S_ISREG(status.st_mode) || readsForwards(descriptor) ? descriptor : spool(descriptor);
 }
 

@@ -14,12 +14,15 @@ namespace
 {
 
 using Json = nlohmann::json;
+using Keyframe = std::pair<double, double>;  // time, samples; value, 0 .. 1
 
 Json parse(const std::filesystem::path& file)
 {
     std::ifstream stream(file);
     if (!stream)
         throw Error(std::string("cannot open it: ") + std::strerror(errno));
+    if (stream.peek() == std::ifstream::traits_type::eof())
+        throw Error(std::filesystem::is_directory(file) ? "it is a folder" : "it is empty");
     try {
         return Json::parse(stream);
     } catch (const Json::parse_error& error) {
@@ -51,8 +54,26 @@ double valueOf(const Parameter& parameter, const Json& value)
     if (value.is_string())
         return parameterValue(parameter, value.get<std::string>());
     if (!value.is_number() || !(value.get<double>() >= 0.0 && value.get<double>() <= 1.0))
-        throw Error(value.dump() + " is not a number from 0.0 to 1.0");
+        throw Error(value.dump() + (parameter.isSwitch ? " is neither \"on\" nor \"off\""
+                                                       : " is not a number from 0.0 to 1.0"));
     return value.get<double>();
+}
+
+std::vector<Keyframe> keyframesOf(const Json& content, VstInt32 index, double sampleRate,
+                                  std::optional<std::int64_t> inputFrames)
+{
+    const Parameter& parameter = kParameters[static_cast<std::size_t>(index)];
+    if (!content.is_object())
+        return {{0.0, valueOf(parameter, content)}};
+    std::vector<Keyframe> keyframes;
+    for (const auto& [time, value] : content.items())
+        keyframes.emplace_back(timeOf(time, sampleRate, inputFrames), valueOf(parameter, value));
+    if (keyframes.empty())
+        throw Error("it has no keyframes");
+    std::ranges::sort(keyframes);
+    if (std::ranges::adjacent_find(keyframes, {}, &Keyframe::first) != keyframes.end())
+        throw Error("it has two keyframes at the same time");
+    return keyframes;
 }
 
 }  // namespace
@@ -65,17 +86,11 @@ try {
         throw Error("it is no JSON object of parameters");
     for (const auto& [name, content] : json.items()) {
         Lane lane{parameterIndex(name), {}};
-        const Parameter& parameter = kParameters[static_cast<std::size_t>(lane.index)];
-        if (!content.is_object())
-            lane.keyframes.emplace_back(0.0, valueOf(parameter, content));
-        else
-            for (const auto& [time, value] : content.items())
-                lane.keyframes.emplace_back(timeOf(time, sampleRate, inputFrames), valueOf(parameter, value));
-        if (lane.keyframes.empty())
-            throw Error("'" + name + "' has no keyframes");
-        std::ranges::sort(lane.keyframes);
-        if (std::ranges::adjacent_find(lane.keyframes, {}, &Keyframe::first) != lane.keyframes.end())
-            throw Error("'" + name + "' has two keyframes at the same time");
+        try {
+            lane.keyframes = keyframesOf(content, lane.index, sampleRate, inputFrames);
+        } catch (const Error& error) {
+            throw Error("'" + name + "': " + error.what());
+        }
         lanes.push_back(std::move(lane));
     }
 } catch (const Error& error) {

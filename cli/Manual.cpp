@@ -1,5 +1,7 @@
 #include "cli/Manual.h"
 
+#include "cli/Options.h"
+
 #include <sstream>
 
 namespace
@@ -28,11 +30,10 @@ void writeOptions(std::ostringstream& page, const CLI::App& command)
     for (const CLI::Option* const option : command.get_options()) {
         if (!isShown(option) || option == command.get_help_ptr())
             continue;
-        const std::string type = option->get_type_name();
         const bool takesValue = option->get_type_size() != 0 && !option->get_positional();
         page << ".TP\n.B " << troff(option->get_name(false, true));
         if (takesValue)
-            page << " \\fI" << troff(type.substr(0, type.find(':'))) << "\\fR";
+            page << " \\fI" << troff(typeOf(*option)) << "\\fR";
         page << '\n' << troff(option->get_description()) << '\n';
     }
 }

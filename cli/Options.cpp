@@ -3,6 +3,7 @@
 #include "cli/Error.h"
 
 #include <charconv>
+#include <sstream>
 
 namespace
 {
@@ -20,6 +21,19 @@ std::function<void(const std::string&)> parsing(const std::string& option, Parse
             throw CLI::ValidationError(option, error.what());
         }
     };
+}
+
+template <typename Number>
+CLI::Validator checking(Number low, Number high, const std::string& kind)
+{
+    std::ostringstream demand;
+    demand << "' is not " << kind << " from " << low << " to " << high;
+    const auto check = [low, high, demand = demand.str()](const std::string& text) {
+        Number number{};
+        const bool isInside = CLI::detail::lexical_cast(text, number) && number >= low && number <= high;
+        return isInside ? std::string() : "'" + text + demand;
+    };
+    return {check, ""};
 }
 
 Tail parseTail(const std::string& text)
@@ -41,13 +55,22 @@ public:
 
     std::string make_option_opts(const CLI::Option* option) const override
     {
-        const std::string type = option->get_type_name();  // and behind a colon what it is checked for
         const bool takesNothing = option->get_type_size() == 0 || option->get_positional();
-        return takesNothing ? "" : " " + type.substr(0, type.find(':'));
+        return takesNothing ? "" : " " + typeOf(*option);
     }
 };
 
 }  // namespace
+
+CLI::Validator between(int low, int high)
+{
+    return checking(low, high, "a whole number");
+}
+
+CLI::Validator between(double low, double high)
+{
+    return checking(low, high, "a number");
+}
 
 void addBundleOption(CLI::App& command, std::filesystem::path& bundle)
 {
@@ -86,7 +109,7 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings)
         ->type_name("FILE")
         ->group("Sound");
     command.add_option("--block", settings.sound.blockSize, "frames in a block, 64 by default")
-        ->check(CLI::Range(1, 1 << 20))
+        ->check(between(1, 1 << 20))
         ->type_name("N")
         ->group("Sound");
     command
@@ -97,7 +120,7 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings)
         ->type_name("SECONDS|auto")
         ->group("Sound");
     command.add_option("--gain", settings.gainDb, "level of the output, 0 by default")
-        ->check(CLI::Range(-200.0, 200.0))
+        ->check(between(-200.0, 200.0))
         ->type_name("DB")
         ->group("Sound");
 }
@@ -110,6 +133,12 @@ void addFormatOption(CLI::App& command, AudioFormat& format)
             parsing("--format", [&format](const std::string& text) { format = parseAudioFormat(text); }),
             "as in flac, pcm24 or wav/float; the input's by default")
         ->type_name("FORMAT");
+}
+
+std::string typeOf(const CLI::Option& option)
+{
+    const std::string type = option.get_type_name();  // and behind a colon what it is checked for
+    return type.substr(0, type.find(':'));
 }
 
 std::shared_ptr<CLI::Formatter> helpFormatter()

@@ -9,6 +9,10 @@
 
 // The options that commands share.
 
+// Refuse what is not a number in the range, ends included; with integers what is not a whole one.
+CLI::Validator between(int low, int high);
+CLI::Validator between(double low, double high);
+
 // Where the effect comes from.
 void addBundleOption(CLI::App& command, std::filesystem::path& bundle);
 
@@ -20,6 +24,9 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings);
 
 // The output's format.
 void addFormatOption(CLI::App& command, AudioFormat& format);
+
+// What an option's value is, as help shows it, such as "0..1".
+std::string typeOf(const CLI::Option& option);
 
 // Compact help: a line an option, examples at the end.
 std::shared_ptr<CLI::Formatter> helpFormatter();

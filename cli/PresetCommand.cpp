@@ -131,7 +131,7 @@ void addPresetCommand(CLI::App& app)
     preset.footer(kExamples);
 
     CLI::App& showing = *preset.add_subcommand("show", "Show presets as the options that make them");
-    showing.add_option("FILE", command->files, ".fxp or .fxb files, or names of presets that came along")
+    showing.add_option("FILE", command->files, ".fxp or .fxb files, or names that wail preset lists")
         ->required();
     showing.final_callback([command] { show(*command); });
 

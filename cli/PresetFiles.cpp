@@ -13,7 +13,8 @@ namespace
 constexpr std::size_t kLargestFile = 1 << 20;  // bytes; far more than any bank of this plug-in
 
 template <typename Parse>
-auto readFile(const std::filesystem::path& file, const ProgramFileOwner& owner, Parse parse)
+auto readFile(const std::filesystem::path& file, const ProgramFileOwner& owner, Parse parse,
+              const char* otherOption)
 {
     std::ifstream stream(file, std::ios::binary);
     if (!stream)
@@ -23,6 +24,8 @@ auto readFile(const std::filesystem::path& file, const ProgramFileOwner& owner, 
     bytes.resize(static_cast<std::size_t>(stream.gcount()));
     try {
         return parse(bytes, owner);
+    } catch (const WrongKindOfFile& error) {
+        throw Error("cannot use " + file.string() + ": " + error.what() + "; use " + otherOption);
     } catch (const ProgramFileError& error) {
         throw Error("cannot use " + file.string() + ": " + error.what());
     }
@@ -32,12 +35,12 @@ auto readFile(const std::filesystem::path& file, const ProgramFileOwner& owner, 
 
 ProgramFile readProgramFile(const std::filesystem::path& file, const ProgramFileOwner& owner)
 {
-    return readFile(file, owner, parseProgramFile);
+    return readFile(file, owner, parseProgramFile, "--bank");
 }
 
 BankFile readBankFile(const std::filesystem::path& file, const ProgramFileOwner& owner)
 {
-    return readFile(file, owner, parseBankFile);
+    return readFile(file, owner, parseBankFile, "--preset");
 }
 
 void writeFile(const std::filesystem::path& file, std::span<const char> bytes)

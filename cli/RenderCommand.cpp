@@ -139,7 +139,7 @@ void addRenderCommand(CLI::App& app)
         ->excludes(output);
     addFormatOption(sub, command->settings.format);
     sub.add_option("--jobs", command->threads, "files at the same time, one a core by default")
-        ->check(CLI::Range(1, 1024))
+        ->check(between(1, 1024))
         ->type_name("N");
     addSoundOptions(sub, command->settings.render.sound);
     addRenderOptions(sub, command->settings.render);

@@ -73,8 +73,12 @@ void guardTemporaryFiles()
 int makeTemporaryFile(const fs::path& place, fs::path* file)
 {
     const std::lock_guard lock(mutex);
-    std::string pattern = (place.parent_path() / ("." + place.filename().string() + ".XXXXXX")).string();
+    const fs::path folder = place.parent_path();
+    std::string pattern = (folder / ("." + place.filename().string() + ".XXXXXX")).string();
     const int descriptor = mkstemp(pattern.data());
+    if (descriptor < 0 && errno == ENOENT)
+        throw Error("cannot write " + place.string() + ": there is no folder " + folder.string() +
+                    "; make it first");
     if (descriptor < 0)
         throw Error("cannot write " + place.string() + ": " + std::strerror(errno));
     *file = pattern;

@@ -21,6 +21,13 @@ constexpr const char* kExamples = R"(Examples:
   wail preset                                      lists the presets
 Every command tells its options with --help.)";
 
+// The option whose value is missing, which the parser tells as "--sense: 1 required 0..1 missing".
+const CLI::Option* lackingValue(const CLI::App& command, const CLI::ParseError& error)
+{
+    const std::string what = error.what();
+    return what.ends_with(" missing") ? command.get_option_no_throw(what.substr(0, what.find(':'))) : nullptr;
+}
+
 // What is wrong with the command line, and what might have been meant.
 std::string describe(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -30,7 +37,9 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error)
         command = command->get_subcommands().front();
     const std::string help = "; try " + name + " --help";
     const std::vector<std::string> unknown = app.remaining(true);
-    const std::string what = error.what();
+    std::string what = error.what();
+    if (const CLI::Option* const option = lackingValue(*command, error))
+        what = option->get_name() + " needs a value, " + typeOf(*option);
     if (unknown.empty())
         return what + (what.ends_with('?') ? "" : help);
 

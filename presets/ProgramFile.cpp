@@ -100,8 +100,7 @@ void readHeader(Reader& reader, std::int32_t kind, const ProgramFileOwner& owner
     if (found == kChunkProgram || found == kChunkBank)
         throw ProgramFileError("it holds an opaque chunk, which this plug-in does not use");
     if (found != kind && (found == kProgram || found == kBank))
-        throw ProgramFileError(found == kBank ? "it is a bank, not a program"
-                                              : "it is a program, not a bank");
+        throw WrongKindOfFile(found == kBank ? "it is a bank, not a program" : "it is a program, not a bank");
     if (found != kind)
         throw ProgramFileError("it is no program or bank file");
     file.format = reader.number();

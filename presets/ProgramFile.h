@@ -23,6 +23,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A bank where a program was expected, or the other way round.
+class WrongKindOfFile : public ProgramFileError
+{
+public:
+    using ProgramFileError::ProgramFileError;
+};
+
 // The plug-in that a file must be for.
 struct ProgramFileOwner {
     std::int32_t uniqueID;

@@ -138,8 +138,10 @@ TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
     for (const char* const arguments :
          {"", "in.wav in.wav -o out.wav", "in.wav -o out.wav --sense abc", "in.wav -o out.wav --sense 1.5",
           "in.wav -o out.wav --sense nan", "in.wav -o out.wav --invert 1", "in.wav -o out.wav --block 0",
-          "in.wav -o out.wav --tail -1", "in.wav -o out.wav --format wave"})
+          "in.wav -o out.wav --tail -1", "in.wav -o out.wav --format wave", "in.wav -o out.wav --gain nan",
+          "in.wav -o out.wav --block 2.5", "in.wav -o out.wav --sense"})
         expectFailure(2, std::string("$W render ") + arguments);
+    EXPECT_NE(contentOf("err").find("--sense needs a value"), std::string::npos);
     expectFailure(2, "$W render in.wav --sens 1");
     EXPECT_NE(contentOf("err").find("did you mean --sense?"), std::string::npos);
     EXPECT_EQ(contentOf("in.wav"), original);
