@@ -16,6 +16,10 @@ enum WailParameter : VstInt32 { kOnOff = 0, kSense, kReso, kRange, kBalance, kIn
 
 inline constexpr VstInt32 kNumPrograms = 16;
 
+// The sample rates that the effect takes, in Hz. At the lowest a fade has one sample.
+inline constexpr double kMinSampleRate = 62.5;
+inline constexpr double kMaxSampleRate = 3072000.0;
+
 // An envelope-swept comb filter, one channel. The louder the input x, the farther the comb's teeth move:
 //
 //     e = smooth(follow(|s detect(x)|))         detect: shelf, +4 dB, high-pass; follow: peak, release
@@ -41,9 +45,9 @@ public:
     // Clears the delay line.
     void resume() override;
 
-    // Hz, from 62.5 to 3072000; a rate beyond these, and one for which there is no memory, leaves everything
-    // as it was. A new rate rebuilds all that depends on it and starts from silence; the same rate does
-    // nothing.
+    // Hz, from kMinSampleRate to kMaxSampleRate; a rate beyond these, and one for which there is no memory,
+    // leaves everything as it was. A new rate rebuilds all that depends on it and starts from silence; the
+    // same rate does nothing.
     void setSampleRate(float newSampleRate) override;
 
     // Does nothing: the effect works in double precision alone.
@@ -189,6 +193,6 @@ private:
     bool gainsAreModerate = true;  // as parameters in 0 .. 1 give them
     bool memoryIsModerate = true;  // so are line and detector: nothing can overflow
 
-    // What the quick form reads of all this; written where that is.
+    // What the quick form reads of all this; written wherever that is.
     StagedRun staged{};
 };

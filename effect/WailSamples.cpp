@@ -154,7 +154,7 @@ void Wail::stageGlides(VstInt32 frames) noexcept
         staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
 }
 
-// The staged form of processPlainly, for moderate gains and a moderate memory; short runs and a last odd
+// The quick form of processPlainly, for moderate gains and a moderate memory; short runs and a last odd
 // sample go the plain way.
 double Wail::processQuickly(const Run& run) noexcept
 {

@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr double kMinSampleRate = 62.5;       // Hz: a fade of one sample
-constexpr double kMaxSampleRate = 3072000.0;  // Hz
 constexpr double kDelayLineSeconds = 0.1;
 
 // One direction of the sweep.

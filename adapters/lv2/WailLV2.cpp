@@ -1,4 +1,5 @@
 #include "adapters/SinglePrecision.h"
+#include "effect/Wail.h"
 #include "host/Opcodes.h"
 #include "host/PluginFactory.h"
 #include "host/VstRecords.h"
@@ -20,10 +21,6 @@ namespace
 enum Port : VstInt32 { kInput = 7, kOutput = 8 };
 
 constexpr VstIntPtr kInterfaceVersion = 2400;
-
-// The sample rates that the effect takes, in Hz: at any other it would pass its input on.
-constexpr float kMinSampleRate = 62.5f;
-constexpr float kMaxSampleRate = 3072000.0f;
 
 // What this host of the effect has to offer: its version.
 VstIntPtr answerEffect(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
