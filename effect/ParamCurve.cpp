@@ -15,20 +15,25 @@ double ParamCurve::map(float p) const noexcept
     return static_cast<float>(low) + shape(falling ? 1.0f - p : p) * span;
 }
 
-// The first two powers of a single-precision number are exact in double precision, as pow has them too.
-double ParamCurve::power(double x) const noexcept
+double powerOfSingle(double x, double exponent) noexcept
 {
-    if (exponent == 1.0f)
+    if (exponent == 1.0)
         return x;
-    return exponent == 2.0f ? x * x : std::pow(x, static_cast<double>(exponent));
+    return exponent == 2.0 ? x * x : std::pow(x, exponent);
 }
 
 float ParamCurve::shape(float x) const noexcept
 {
     switch (mode) {
-    case 0:
+    case 0: {
+        const double d = x - center;
+        // The root of a single-precision number is never so close to the middle between two of them that the
+        // last bits of pow would count.
+        if (exponent == 0.5f && scale == 1.0f && offset == 0.0f && d >= 0.0)
+            return static_cast<float>(std::sqrt(d));
         return static_cast<float>(static_cast<double>(offset) +
-                                  static_cast<double>(scale) * power(static_cast<double>(x - center)));
+                                  static_cast<double>(scale) * powerOfSingle(d, exponent));
+    }
     case 1: return std::pow(x, std::numbers::sqrt2_v<float>);
     case 2: {
         const float t = std::atan(scale);

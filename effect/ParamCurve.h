@@ -31,5 +31,7 @@ struct ParamCurve {
 
 private:
     float shape(float x) const noexcept;
-    double power(double x) const noexcept;
 };
+
+// x^exponent, the same bits as std::pow. x: a single-precision number, so its first two powers are exact.
+double powerOfSingle(double x, double exponent) noexcept;

@@ -3,7 +3,6 @@
 #include "effect/FlushToZero.h"
 
 #include <algorithm>
-#include <cmath>
 #include <mutex>
 
 namespace
@@ -54,7 +53,7 @@ void Wail::mapChangedParameters() noexcept
         wetTarget = wetCurve->map(lastBalance);
     }
     if (changed(fEnvelope, lastEnvelope))
-        setRelease(std::pow(envelopeCurve->map(lastEnvelope), kReleaseRate / lastSampleRate));
+        setRelease(powerOfSingle(envelopeCurve->map(lastEnvelope), kReleaseRate / lastSampleRate));
 }
 
 // A change of On/Off in its fade-in turns it into a fade-out from the same index; a change of Invert never
