@@ -1,5 +1,6 @@
 #include "effect/StagedRun.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -24,6 +25,16 @@ void store(double* samples, Pair pair)
     std::memcpy(samples, &pair, sizeof pair);
 }
 
+Pair lowerLanes(Pair first, Pair second)
+{
+    return __builtin_shufflevector(first, second, 0, 2);
+}
+
+Pair upperLanes(Pair first, Pair second)
+{
+    return __builtin_shufflevector(first, second, 1, 3);
+}
+
 Pair magnitude(Pair pair)
 {
     return Pair(Bits(pair) & INT64_MAX);
@@ -31,15 +42,16 @@ Pair magnitude(Pair pair)
 
 // What the stages hand on, by sample of the run.
 struct Handed {
-    alignas(Pair) double detected[kMaxStagedFrames + 2];   // each 2 places late
-    alignas(Pair) double numbers[kMaxStagedFrames];        // places in the block
-    alignas(Pair) double envelopes[kMaxStagedFrames];      // smoothed
-    alignas(Pair) double fractions[kMaxStagedFrames];      // of a sample, of the delay
-    alignas(Pair) std::int32_t entries[kMaxStagedFrames];  // newer ones to read, counted from the run's first
+    alignas(Pair) double detected[kMaxStagedFrames + 2];  // each 2 places late
+    alignas(Pair) double numbers[kMaxStagedFrames];       // places in the block
+    alignas(Pair) double envelopes[kMaxStagedFrames];     // smoothed
+    alignas(Pair) double fractions[kMaxStagedFrames];     // of a sample, of the delay
+    alignas(Pair)
+        std::int32_t offsets[kMaxStagedFrames];  // of the newer entry to read: minus the delay's whole part
 };
 
 // A run in work. Its fields live in registers, so what is indexed stands apart, in Handed.
-template <bool kMoving>
+template <bool kGliding, bool kSwitching>
 class Stages
 {
 public:
@@ -47,22 +59,24 @@ public:
            StagedState& memory)
         : run(settings), input(buffers.input), output(buffers.output), line(buffers.line), handed(between),
           state(memory), sections{memory.shelf, memory.highpass}, envelope(inBothLanes(memory.envelope)),
-          smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock))
+          smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock)),
+          fade(kSwitching ? settings.fadeCount : Pair{})
     {
     }
 
-    double process(std::ptrdiff_t frames)
+    // The recurrences come first in an iteration: a processor takes the older of two instructions.
+    bool process(std::ptrdiff_t frames)
     {
         start();
         std::ptrdiff_t i = 0;
         for (; i + 3 * kAhead < frames; i += 2) {
             detect(i + 3 * kAhead);
+            mix(i);
             follow(i + 2 * kAhead);
             place(i + kAhead);
-            mix(i);
         }
         finish(i);
-        return peak[0] > peak[1] ? peak[0] : peak[1];
+        return (seen >> 62) % 2 != 0;  // the exponent's first bit
     }
 
 private:
@@ -83,7 +97,7 @@ private:
     void finish(std::ptrdiff_t i)
     {
         state.shelf = sections[0];
-        filterPair(i + 3 * kAhead, Pair{});
+        filterPair(i + 3 * kAhead, 0.0, 0.0);
         for (std::ptrdiff_t k = 2 * kAhead; k < 3 * kAhead; k += 2)
             follow(i + k);
         for (std::ptrdiff_t k = kAhead; k < 3 * kAhead; k += 2)
@@ -98,16 +112,14 @@ private:
     // Two recurrences in one: the shelf takes pair i, the high-pass what the shelf made of the pair before.
     void detect(std::ptrdiff_t i)
     {
-        const Pair x = load(input + i);
-        filterPair(i, x);
-        const Pair level = magnitude(x);
-        peak = level > peak ? level : peak;
+        filterPair(i, input[i], input[i + 1]);
+        seen |= std::bit_cast<std::uint64_t>(input[i]) | std::bit_cast<std::uint64_t>(input[i + 1]);
     }
 
     // Levels as a pair; then, one after the other, what an envelope needs of the one before.
     void follow(std::ptrdiff_t i)
     {
-        if (kMoving)
+        if (kGliding)
             store(handed.numbers + i, number);
         Pair level = magnitude(valueAt(run.sense, number) * load(handed.detected + i + 2));
         level = level > run.one ? run.one : level;
@@ -117,18 +129,16 @@ private:
         number += Pair{2.0, 2.0};
     }
 
-    // A stage of its own, so that no read waits for the way from an envelope to an address.
+    // A stage of its own, so that no read waits for the way from an envelope to an address. Counted as the
+    // entries are, from newer to older: minus the delay.
     void place(std::ptrdiff_t i)
     {
-        const Pair range = valueAt(run.range, numberOf(i));
-        const Pair m = load(handed.envelopes + i) * Pair(Bits(range) ^ Bits(run.sweepSign));
-        Pair p = run.sweepBase + run.sweepDepth * m;
-        p = p > run.zero ? p : run.zero;
-        const IntPair D = __builtin_convertvector(p, IntPair);
-        store(handed.fractions + i, p - __builtin_convertvector(D, Pair));
-        const IntPair newer = entry - D;
-        std::memcpy(handed.entries + i, &newer, sizeof newer);
-        entry += 2;
+        const Pair m = load(handed.envelopes + i) * valueAt(run.range, numberOf(i));
+        Pair offset = run.offsetBase + run.offsetDepth * m;
+        offset = offset < run.zero ? offset : run.zero;
+        const IntPair whole = __builtin_convertvector(offset, IntPair);
+        store(handed.fractions + i, __builtin_convertvector(whole, Pair) - offset);
+        std::memcpy(handed.offsets + i, &whole, sizeof whole);
     }
 
     // Four reads, wherever the delays point; all the arithmetic in pairs.
@@ -137,33 +147,42 @@ private:
         const Pair x = load(input + i);
         const Pair n = numberOf(i);
         const Pair g = valueAt(run.reso, n);
-        const std::ptrdiff_t k0 = handed.entries[i];
-        const std::ptrdiff_t k1 = handed.entries[i + 1];
-        const Pair newer{line[k0], line[k1]};
-        const Pair older{line[k0 - 1], line[k1 - 1]};
+        const double* const now = line + i;
+        const std::ptrdiff_t k0 = handed.offsets[i];
+        const std::ptrdiff_t k1 = handed.offsets[i + 1] + 1;
+        const Pair newer{now[k0], now[k1]};
+        const Pair older{now[k0 - 1], now[k1 - 1]};
         Pair y = newer + (older - newer) * load(handed.fractions + i);
-        if (k1 >= i) [[unlikely]] {  // the second sample reads what the first one writes
+        if (k1 >= 0) [[unlikely]] {  // the second sample reads what the first one writes
             line[i] = (x - g * y)[0];
-            y[1] = line[k1] + (line[k1 - 1] - line[k1]) * handed.fractions[i + 1];
+            y[1] = readOne(now + k1, handed.fractions[i + 1]);
         }
         store(line + i, x - g * y);
 
         Pair out = x;
-        if (run.effectOn)
+        if (!kSwitching || run.effectOn)
             out = valueAt(run.dry, n) * x + valueAt(run.wet, n) * (x - run.wetDelayGain * y);
-        if (run.scaled)
-            out = (valueAt(run.invertGain, n) * run.invertUnit) *
-                  (valueAt(run.onOffGain, n) * run.onOffUnit) * out;
+        if (kSwitching) {
+            out = fade * run.fadeUnit * out;
+            fade += run.fadeStep;
+        }
         store(output + i, out);
     }
 
-    // What the high-pass makes of the pair before goes to the places of pair i.
-    void filterPair(std::ptrdiff_t i, Pair x)
+    // Out of line, or g++ prepares its addresses for every pair.
+    [[gnu::cold, gnu::noinline]] static double readOne(const double* newer, double fraction)
     {
-        const Pair y0 = filterBoth(Pair{x[0], shelved[0]});
-        const Pair y1 = filterBoth(Pair{x[1], shelved[1]});
-        shelved = run.detectorGain * Pair{y0[0], y1[0]};
-        store(handed.detected + i, Pair{y0[1], y1[1]});
+        return newer[0] + (newer[-1] - newer[0]) * fraction;
+    }
+
+    // What the high-pass makes of the pair before goes to the places of pair i.
+    void filterPair(std::ptrdiff_t i, double x0, double x1)
+    {
+        const Pair y0 = filterBoth(lowerLanes(Pair{x0, 0.0}, shelved0));
+        const Pair y1 = filterBoth(lowerLanes(Pair{x1, 0.0}, shelved1));
+        shelved0 = run.detectorGain * y0;
+        shelved1 = run.detectorGain * y1;
+        store(handed.detected + i, upperLanes(y0, y1));
     }
 
     Pair filterBoth(Pair x)
@@ -184,10 +203,10 @@ private:
 
     static Pair valueAt(const PairGlide& glide, Pair n)
     {
-        return kMoving ? glide.start + n * glide.step : glide.start;
+        return kGliding ? glide.start + n * glide.step : glide.start;
     }
 
-    Pair numberOf(std::ptrdiff_t i) const { return kMoving ? load(handed.numbers + i) : Pair{}; }
+    Pair numberOf(std::ptrdiff_t i) const { return kGliding ? load(handed.numbers + i) : Pair{}; }
 
     const StagedRun& __restrict run;
     const double* const input;
@@ -195,25 +214,29 @@ private:
     double* const line;
     Handed& handed;
     StagedState& state;
-    Pair sections;   // states of the shelf and the high-pass
-    Pair shelved{};  // the pair before, between the two
-    Pair peak{};
+    Pair sections;                // states of the shelf and the high-pass
+    Pair shelved0{}, shelved1{};  // lower lanes: the pair before, between the two
+    std::uint64_t seen = 0;       // bits of the input, of any sample
     Pair envelope;
     double smoothed;
-    Pair number;          // places in the block, of the pair to follow
-    IntPair entry{0, 1};  // of the line, of the pair to place
+    Pair number;  // places in the block, of the pair to follow
+    Pair fade;    // of the pair to mix
 };
 
 }  // namespace
 
-template <bool kMoving>
-double processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
-                     StagedState& state) noexcept
+template <bool kGliding, bool kSwitching>
+bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers, StagedState& state) noexcept
 {
     Handed handed;
-    return Stages<kMoving>(run, buffers, handed, state).process(buffers.frames);
+    return Stages<kGliding, kSwitching>(run, buffers, handed, state).process(buffers.frames);
 }
 
-template double processStaged<false>(const StagedRun& __restrict, const StagedBuffers&,
-                                     StagedState&) noexcept;
-template double processStaged<true>(const StagedRun& __restrict, const StagedBuffers&, StagedState&) noexcept;
+template bool processStaged<false, false>(const StagedRun& __restrict, const StagedBuffers&,
+                                          StagedState&) noexcept;
+template bool processStaged<false, true>(const StagedRun& __restrict, const StagedBuffers&,
+                                         StagedState&) noexcept;
+template bool processStaged<true, false>(const StagedRun& __restrict, const StagedBuffers&,
+                                         StagedState&) noexcept;
+template bool processStaged<true, true>(const StagedRun& __restrict, const StagedBuffers&,
+                                        StagedState&) noexcept;

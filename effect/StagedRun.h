@@ -26,20 +26,20 @@ inline constexpr std::ptrdiff_t kMinStagedFrames = 14;
 // What stands still in a run of samples, in both lanes where pairs need it.
 struct StagedRun {
     PairGlide sense, range, reso, dry, wet;
-    PairGlide onOffGain, invertGain;  // whole numbers, to be multiplied by the two units
-    Pair onOffUnit, invertUnit;
     Pair sectionsB0, sectionsB1, sectionsFb1;  // of the shelf and the high-pass, a lane each
     Pair detectorGain;
     Pair releaseCoef;
-    Pair sweepBase;   // samples
-    Pair sweepDepth;  // samples
-    Pair sweepSign;   // -0: louder is shorter; 0: louder is longer
+    Pair offsetBase;   // samples, 0 or less: minus the delay without sweep
+    Pair offsetDepth;  // samples: what a full sweep adds
     Pair wetDelayGain;
     Pair zero,
         one;  // in memory: only of values that it does not know g++ makes one instruction of `a < b ? a : b`
     double smootherPole, smootherInput;
-    bool scaled;    // the switches' gains count
-    bool effectOn;  // the effect is produced, not the dry input
+
+    // Of the switches, where kSwitching.
+    Pair fadeCount, fadeStep;  // whole numbers: of the run's first pair, and from one pair to the next
+    Pair fadeUnit;             // the gain is a count times this
+    bool effectOn;             // the effect is produced, not the dry input
 };
 
 // The samples of a run.
@@ -70,13 +70,13 @@ struct StagedState {
 // recurrences make it wait: they alone bound the time of a sample. Every operation and its order are those
 // of the formulas in Wail.h, and so are the bits.
 //
-// kMoving: a value glides or a switch fades; without it the steps do not count. run: no sample stored is
-// part of it, hence `__restrict`. Answers the largest magnitude of the input; what is no number does not
-// count. Audio thread.
+// kGliding: a value moves; without it the steps do not count. kSwitching: a switch fades, or the effect is
+// off; without it the effect is on. run: no sample stored is part of it, hence `__restrict`. Answers whether
+// a magnitude of the input was 2 or more, or no number. Audio thread.
 //
 // Nothing here limits the delay: gains and state are such that it lies within the line. Input that is no
 // number or overflows the sections leaves state and output that are not finite; the delay then is 0 or still
 // within the line.
-template <bool kMoving>
-double processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
-                     StagedState& state) noexcept;
+template <bool kGliding, bool kSwitching>
+bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
+                   StagedState& state) noexcept;

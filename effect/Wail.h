@@ -114,8 +114,8 @@ private:
     bool processRuns(const double* input, double* output, VstInt32 frames);
     void stageDetector() noexcept;
     void stageGlides(VstInt32 frames) noexcept;
-    double processQuickly(const Run& run) noexcept;
-    double processPlainly(const Run& run, VstInt32 from) noexcept;
+    bool processQuickly(const Run& run) noexcept;
+    void processPlainly(const Run& run, VstInt32 from) noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
     double readLine(VstInt32 entry, double delay) const noexcept;

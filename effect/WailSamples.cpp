@@ -24,12 +24,6 @@ PairGlide glide(double start, double target, double inc)
     return {inBothLanes(start), inBothLanes((target - start) * inc)};
 }
 
-// n counts from the block's first sample, as it does for the glides.
-PairGlide glide(const FadeSwitch::Gain& gain, VstInt32 first)
-{
-    return {inBothLanes(gain.first - first * gain.perSample), inBothLanes(gain.perSample)};
-}
-
 double at(const PairGlide& glide, double n)
 {
     return glide.start[0] + n * glide.step[0];
@@ -39,6 +33,11 @@ double at(const PairGlide& glide, double n)
 bool staysWithin(double start, double target, double high)
 {
     return start >= 0.0 && target >= 0.0 && start <= high && target <= high;
+}
+
+bool areModerate(const double* samples, VstInt32 count)
+{
+    return std::all_of(samples, samples + count, [](double s) { return std::fabs(s) <= kModerate; });
 }
 
 bool areFinite(const double* samples, VstInt32 count)
@@ -56,13 +55,12 @@ struct Wail::Run {
     VstInt32 placeInBlock;  // of the first sample
     VstInt32 length;        // samples
     bool effectOn;          // the effect is produced, not the dry input
-    FadeSwitch::Gain onOff;
-    FadeSwitch::Gain invert;
 };
 
 // Cuts the block where a switch changes its state and where the line comes round. Answers whether all was
 // finite. A look at every sample would cost more than a tenth of the block's time, and moderate runs cannot
-// overflow; from the first run that is not moderate, the rest of the block goes the plain way and is looked at.
+// overflow: their input is less than 2, or what they wrote to the line shows that it was moderate. From the
+// first run that is not, the rest of the block goes the plain way and is looked at.
 bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
 {
     if (glidesAreStale)
@@ -82,11 +80,13 @@ bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
                       .line = lineEntry(writeIndex),
                       .placeInBlock = first,
                       .length = length,
-                      .effectOn = effectOn,
-                      .onOff = onOffSwitch->gain(),
-                      .invert = invertSwitch->gain()};
-        const double peak = moderate ? processQuickly(run) : processPlainly(run, 0);
-        moderate = moderate && peak <= kModerate;
+                      .effectOn = effectOn};
+        bool loud = true;
+        if (moderate)
+            loud = processQuickly(run);
+        else
+            processPlainly(run, 0);
+        moderate = moderate && (!loud || areModerate(run.line, length));
         if (!moderate)
             finite &= areFinite(run.output, length) && areFinite(run.line, length);
         advance(length);
@@ -154,57 +154,67 @@ void Wail::stageGlides(VstInt32 frames) noexcept
         staysWithin(wetStart, wetTarget, 1.0) && releaseCoef >= 0.0 && releaseCoef <= 1.0;
 }
 
-// The quick form of processPlainly, for moderate gains and a moderate memory; short runs and a last odd
-// sample go the plain way.
-double Wail::processQuickly(const Run& run) noexcept
+// The quick form of processPlainly, for moderate gains and a moderate memory; short runs, a last odd sample
+// and runs in which both switches fade go the plain way. Answers whether the input may be more than moderate.
+bool Wail::processQuickly(const Run& run) noexcept
 {
-    if (run.length < kMinStagedFrames)
-        return processPlainly(run, 0);
-    const bool fading = run.onOff.perSample != 0.0 || run.invert.perSample != 0.0;
-    staged.effectOn = run.effectOn;
-    staged.scaled = fading || !run.effectOn;
-    if (staged.scaled) {
-        const FadeSwitch::Gain invert = run.effectOn ? run.invert : FadeSwitch::Gain{1.0, 0.0, 1.0};
-        staged.onOffGain = glide(run.onOff, run.placeInBlock);
-        staged.onOffUnit = inBothLanes(run.onOff.unit);
-        staged.invertGain = glide(invert, run.placeInBlock);
-        staged.invertUnit = inBothLanes(invert.unit);
+    const bool onOffFades = onOffSwitch->state != FadeSwitch::kIdle;
+    const bool invertFades = invertSwitch->state != FadeSwitch::kIdle;
+    if (run.length < kMinStagedFrames || (onOffFades && invertFades && run.effectOn)) {
+        processPlainly(run, 0);
+        return true;
+    }
+    const bool switching = onOffFades || invertFades || !run.effectOn;
+    if (switching) {
+        const FadeSwitch::Gain gain =
+            onOffFades || !run.effectOn ? onOffSwitch->gain() : invertSwitch->gain();
+        staged.fadeCount = Pair{gain.first, gain.first + gain.perSample};
+        staged.fadeStep = inBothLanes(2.0 * gain.perSample);
+        staged.fadeUnit = inBothLanes(gain.unit);
+        staged.effectOn = run.effectOn;
     }
 
     // This stretch of the line was last touched a lap ago: it comes while the detector takes its lead.
-    for (VstInt32 i = 0; i < 64; i += 8)
+    for (VstInt32 i = 0; i < std::min(run.length, 64); i += 8)
         __builtin_prefetch(run.line + i, 1);
 
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
-    const auto process = gliding || fading ? processStaged<true> : processStaged<false>;
-    const double peak = process(staged, {run.input, run.output, run.line, run.placeInBlock, paired}, state);
+    const StagedBuffers buffers{run.input, run.output, run.line, run.placeInBlock, paired};
+    bool loud = false;
+    if (switching)
+        loud = gliding ? processStaged<true, true>(staged, buffers, state)
+                       : processStaged<false, true>(staged, buffers, state);
+    else
+        loud = gliding ? processStaged<true, false>(staged, buffers, state)
+                       : processStaged<false, false>(staged, buffers, state);
     detectorShelf->z1 = state.shelf;
     detectorHighpass->z1 = state.highpass;
     envelope = state.envelope;
     envelopeSmoother->z1 = state.smoothed;
-    return paired == run.length ? peak : std::max(peak, processPlainly(run, paired));
+    if (paired == run.length)
+        return loud;
+    processPlainly(run, paired);
+    return true;
 }
 
-// The samples of a run from the one numbered from on, as the formulas have them. Answers the largest
-// magnitude of the input, what is no number left out.
-double Wail::processPlainly(const Run& run, VstInt32 from) noexcept
+// The samples of a run from the one numbered from on, as the formulas have them.
+void Wail::processPlainly(const Run& run, VstInt32 from) noexcept
 {
-    double peak = 0.0;
+    const FadeSwitch::Gain onOffGain = onOffSwitch->gain();
+    const FadeSwitch::Gain invertGain = invertSwitch->gain();
     for (VstInt32 i = from; i < run.length; ++i) {
         const double n = run.placeInBlock + i;
         const double x = run.input[i];
         const double e = followLevel(x, at(staged.sense, n));
         const double y = readLine(writeIndex + i, delayFor(e, at(staged.range, n)));
-        const double onOff = run.onOff.at(i);
+        const double onOff = onOffGain.at(i);
         run.output[i] = run.effectOn
-                            ? run.invert.at(i) * onOff *
+                            ? invertGain.at(i) * onOff *
                                   (at(staged.dry, n) * x + at(staged.wet, n) * (x - wetDelayGain * y))
                             : onOff * x;
         run.line[i] = x - at(staged.reso, n) * y;
-        peak = std::max(peak, std::fabs(x));
     }
-    return peak;
 }
 
 // The envelope of the level, which rises at once and falls by releaseCoef a sample, smoothed: 0 .. 1.
@@ -261,7 +271,7 @@ void Wail::advanceLine(VstInt32 samples) noexcept
 
 bool Wail::lineIsModerate() const noexcept
 {
-    return std::all_of(lineEntry(0), lineEntry(delayLength), isModerate);
+    return areModerate(lineEntry(0), delayLength);
 }
 
 // An envelope and a smoother beyond 1 come from parameters beyond it; a smoother's rounding alone stays far

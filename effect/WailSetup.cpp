@@ -152,9 +152,8 @@ void Wail::setInvert()
     rangeCurve->valueAtOne = 1.0;
     filterPrm_tag smoother = sectionOf(kOnePole, sweep.smootherFreq, 0.0, lastSampleRate);
     envelopeSmoother->FDexcute(&smoother);
-    staged.sweepBase = inBothLanes(sweepBase);
-    staged.sweepDepth = inBothLanes(sweepDepth);
-    staged.sweepSign = inBothLanes(invert == 1.0f ? 0.0 : -0.0);
+    staged.offsetBase = inBothLanes(-sweepBase);
+    staged.offsetDepth = inBothLanes(invert == 1.0f ? -sweepDepth : sweepDepth);
     staged.smootherPole = envelopeSmoother->coef.b0;
     staged.smootherInput = envelopeSmoother->coef.fb1;
     rangeTarget = rangeCurve->map(fRange);
