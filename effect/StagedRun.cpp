@@ -85,12 +85,13 @@ private:
     {
         detect(0);
         sections[1] = state.highpass;
-        for (std::ptrdiff_t i = 2; i < 3 * kAhead; i += 2)
+        for (std::ptrdiff_t i = 2; i < 3 * kAhead; i += 2) {
             detect(i);
-        for (std::ptrdiff_t i = 0; i < 2 * kAhead; i += 2)
-            follow(i);
-        for (std::ptrdiff_t i = 0; i < kAhead; i += 2)
-            place(i);
+            if (i >= kAhead)
+                follow(i - kAhead);
+            if (i >= 2 * kAhead)
+                place(i - 2 * kAhead);
+        }
     }
 
     // Lets each stage catch up, from the first sample that is not mixed yet. The shelf has no pair left.

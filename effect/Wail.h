@@ -142,6 +142,8 @@ private:
     Relaxed<float> fOnOff;
     Relaxed<float> fInvert;
 
+    Relaxed<bool> parametersAreNew = true;  // the next block looks which of them changed
+
     // The values that were mapped last; -1 has the next block map them all.
     float lastSense = -1.0f;
     float lastRange = -1.0f;

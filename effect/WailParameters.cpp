@@ -29,6 +29,7 @@ void Wail::setParameter(VstInt32 index, float value)
         return;
     programs[curProgram].*parameter->stored = value;
     this->*parameter->live = value;
+    parametersAreNew = true;
 }
 
 float Wail::getParameter(VstInt32 index)

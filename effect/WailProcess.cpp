@@ -3,6 +3,7 @@
 #include "effect/FlushToZero.h"
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 namespace
@@ -25,8 +26,11 @@ void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sa
         return;
     }
     const FlushToZero flushToZero;
-    mapChangedParameters();
-    updateSwitches();
+    if (parametersAreNew) {
+        mapChangedParameters();
+        updateSwitches();
+        parametersAreNew = std::isnan(fOnOff) || std::isnan(fInvert);  // never equal, so new in every block
+    }
     if (sampleFrames > 0 && !processRuns(inputs[0], outputs[0], sampleFrames))
         recover(outputs[0], sampleFrames);
     if (glidesAreStale)

@@ -175,7 +175,7 @@ bool Wail::processQuickly(const Run& run) noexcept
     }
 
     // This stretch of the line was last touched a lap ago: it comes while the detector takes its lead.
-    for (VstInt32 i = 0; i < std::min(run.length, 64); i += 8)
+    for (VstInt32 i = 0; i < 64; i += 8)
         __builtin_prefetch(run.line + i, 1);
 
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};

@@ -103,6 +103,7 @@ void Wail::setSampleRate(float newSampleRate)
     setInvert();
     onOffSwitch->lastValue = fOnOff;
     invertSwitch->lastValue = appliedInvert;  // what the sweep really stands at, whatever the host sets now
+    parametersAreNew = true;
     resume();
 }
 

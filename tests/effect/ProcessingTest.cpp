@@ -55,6 +55,7 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
 {
     const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
     const float rates[] = {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f};
+    const float odd[] = {0.5f, NAN};  // of a switch
     const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
     const double hostile[] = {1e308, 2e307, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
     for (unsigned seed = 0; seed < 24; ++seed) {
@@ -76,10 +77,10 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         if (seed % 3 == 0)  // loud enough to drive the delay below one sample
             std::transform(source.begin(), source.end(), source.begin(), [](double x) { return 8.0 * x; });
         for (int block = 0; block < 300; ++block) {
-            for (VstInt32 index = 0; index < 7; ++index) {
+            for (VstInt32 index = 0, count = oneIn(3) ? 0 : 7; index < count; ++index) {
                 const bool isSwitch = index == kOnOff || index == kInvert;
                 if (isSwitch && oneIn(6))
-                    set(index, oneIn(8) ? 0.5f : static_cast<float>(random() % 2));
+                    set(index, oneIn(8) ? odd[random() % 2] : static_cast<float>(random() % 2));
                 else if (!isSwitch && oneIn(2))
                     set(index,
                         seed % 3 == 0 && oneIn(2) ? 1.0f : static_cast<float>(random() % 1001) / 1000.0f);
