@@ -155,8 +155,10 @@ private:
         const Pair older{now[k0 - 1], now[k1 - 1]};
         Pair y = newer + (older - newer) * load(handed.fractions + i);
         if (k1 >= 0) [[unlikely]] {  // the second sample reads what the first one writes
-            line[i] = (x - g * y)[0];
-            y[1] = readOne(now + k1, handed.fractions[i + 1]);
+            const double written = (x - g * y)[0];
+            const double newerOne = k1 == 0 ? written : now[1];
+            const double olderOne = k1 == 0 ? now[-1] : written;
+            y[1] = newerOne + (olderOne - newerOne) * handed.fractions[i + 1];
         }
         store(line + i, x - g * y);
 
@@ -168,12 +170,6 @@ private:
             fade += run.fadeStep;
         }
         store(output + i, out);
-    }
-
-    // Out of line, or g++ prepares its addresses for every pair.
-    [[gnu::cold, gnu::noinline]] static double readOne(const double* newer, double fraction)
-    {
-        return newer[0] + (newer[-1] - newer[0]) * fraction;
     }
 
     // What the high-pass makes of the pair before goes to the places of pair i.
