@@ -25,6 +25,7 @@ void store(double* samples, Pair pair)
     std::memcpy(samples, &pair, sizeof pair);
 }
 
+// Of `Pair{first[0], second[0]}` g++ makes two instructions too many.
 Pair lowerLanes(Pair first, Pair second)
 {
     return __builtin_shufflevector(first, second, 0, 2);
@@ -172,7 +173,8 @@ private:
         store(output + i, out);
     }
 
-    // What the high-pass makes of the pair before goes to the places of pair i.
+    // What the high-pass makes of the pair before goes to the places of pair i. The shelf's two samples stay
+    // apart between the sections: a pair of them would wait for the second, and the next pair for both.
     void filterPair(std::ptrdiff_t i, double x0, double x1)
     {
         const Pair y0 = filterBoth(lowerLanes(Pair{x0, 0.0}, shelved0));
