@@ -43,12 +43,11 @@ Pair magnitude(Pair pair)
 
 // What the stages hand on, by sample of the run.
 struct Handed {
-    alignas(Pair) double detected[kMaxStagedFrames + 2];  // each 2 places late
-    alignas(Pair) double numbers[kMaxStagedFrames];       // places in the block
-    alignas(Pair) double envelopes[kMaxStagedFrames];     // smoothed
-    alignas(Pair) double fractions[kMaxStagedFrames];     // of a sample, of the delay
-    alignas(Pair)
-        std::int32_t offsets[kMaxStagedFrames];  // of the newer entry to read: minus the delay's whole part
+    alignas(Pair) double detected[kMaxStagedFrames + 2];   // each 2 places late
+    alignas(Pair) double numbers[kMaxStagedFrames];        // places in the block
+    alignas(Pair) double envelopes[kMaxStagedFrames];      // smoothed
+    alignas(Pair) double fractions[kMaxStagedFrames];      // of a sample, of the delay
+    alignas(Pair) std::int32_t offsets[kMaxStagedFrames];  // of the newer entry to read, 0 or less
 };
 
 // A run in work. Its fields live in registers, so what is indexed stands apart, in Handed.
@@ -61,7 +60,7 @@ public:
         : run(settings), input(buffers.input), output(buffers.output), line(buffers.line), handed(between),
           state(memory), sections{memory.shelf, memory.highpass}, envelope(inBothLanes(memory.envelope)),
           smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock)),
-          fade(kSwitching ? settings.fadeCount : Pair{})
+          fade(settings.fadeCount)
     {
     }
 

@@ -32,8 +32,7 @@ struct StagedRun {
     Pair offsetBase;   // samples, 0 or less: minus the delay without sweep
     Pair offsetDepth;  // samples: what a full sweep adds
     Pair wetDelayGain;
-    Pair zero,
-        one;  // in memory: only of values that it does not know g++ makes one instruction of `a < b ? a : b`
+    Pair zero, one;  // in memory: of values that it knows g++ makes more than one instruction of a minimum
     double smootherPole, smootherInput;
 
     // Of the switches, where kSwitching.
