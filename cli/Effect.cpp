@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <memory>
@@ -126,4 +127,15 @@ std::string Effect::text(VstInt32 opcode, VstInt32 index) const
     std::array<char, kLongestText> buffer{};
     dispatch(opcode, index, 0, buffer.data());
     return buffer.data();
+}
+
+std::string Effect::parameterTexts(const std::string& between) const
+{
+    std::string texts;
+    for (VstInt32 index = 0; index < record->numParams; ++index) {
+        const std::string value = text(effGetParamDisplay, index);
+        texts += (texts.empty() ? "" : between) + text(effGetParamName, index) + " " +
+                 value.substr(std::min(value.find_first_not_of(' '), value.size()));
+    }
+    return texts;
 }

@@ -66,6 +66,9 @@ public:
     }
     std::string text(VstInt32 opcode, VstInt32 index = 0) const;  // what an opcode writes
 
+    // The parameters' names and texts, unpadded, with something between two of them.
+    std::string parameterTexts(const std::string& between) const;
+
     // Calls the operation in one slot of the effect object's table, counted from 0.
     template <typename Result, typename... Arguments>
     Result call(int slot, Arguments... arguments) const

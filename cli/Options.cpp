@@ -2,13 +2,10 @@
 
 #include "cli/Error.h"
 
-#include <charconv>
-#include <sstream>
+#include <optional>
 
 namespace
 {
-
-constexpr double kLongestTail = 3600.0;  // s
 
 // Runs a parser of the program's own inside an option; its errors become those of the command line.
 template <typename Parse>
@@ -23,29 +20,28 @@ std::function<void(const std::string&)> parsing(const std::string& option, Parse
     };
 }
 
-template <typename Number>
-CLI::Validator checking(Number low, Number high, const std::string& kind)
+// None where the text is "auto".
+std::optional<double> parseUnlessAuto(const std::string& text, double low, double high,
+                                      const std::string& kind)
 {
-    std::ostringstream demand;
-    demand << "' is not " << kind << " from " << low << " to " << high;
-    const auto check = [low, high, demand = demand.str()](const std::string& text) {
-        Number number{};
-        const bool isInside = CLI::detail::lexical_cast(text, number) && number >= low && number <= high;
-        return isInside ? std::string() : "'" + text + demand;
-    };
-    return {check, ""};
+    if (text == "auto")
+        return {};
+    double number = 0.0;
+    if (!CLI::detail::lexical_cast(text, number) || !(number >= low && number <= high))
+        throw Error("'" + text + "' is neither auto nor " + kind);
+    return number;
 }
 
 Tail parseTail(const std::string& text)
 {
-    if (text == "auto")
-        return {.seconds = 0.0, .automatic = true};
-    double seconds = 0.0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-    if (error != std::errc() || stop != end || !(seconds >= 0.0 && seconds <= kLongestTail))
-        throw Error("'" + text + "' is neither auto nor a number of seconds from 0 to 3600");
-    return {.seconds = seconds, .automatic = false};
+    const auto seconds = parseUnlessAuto(text, 0.0, 3600.0, "a number of seconds from 0 to 3600");
+    return {.seconds = seconds.value_or(0.0), .automatic = !seconds};
+}
+
+Gain parseGain(const std::string& text)
+{
+    const auto decibels = parseUnlessAuto(text, -200.0, 200.0, "a number of dB from -200 to 200");
+    return {.decibels = decibels.value_or(0.0), .automatic = !decibels};
 }
 
 class HelpFormatter : public CLI::Formatter
@@ -64,12 +60,14 @@ public:
 
 CLI::Validator between(int low, int high)
 {
-    return checking(low, high, "a whole number");
-}
-
-CLI::Validator between(double low, double high)
-{
-    return checking(low, high, "a number");
+    const auto check = [low, high](const std::string& text) {
+        int number = 0;
+        const bool isInside = CLI::detail::lexical_cast(text, number) && number >= low && number <= high;
+        return isInside ? ""
+                        : "'" + text + "' is not a whole number from " + std::to_string(low) + " to " +
+                              std::to_string(high);
+    };
+    return {check, ""};
 }
 
 void addBundleOption(CLI::App& command, std::filesystem::path& bundle)
@@ -119,9 +117,12 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings)
             "time to ring out; auto: until below -90 dBFS")
         ->type_name("SECONDS|auto")
         ->group("Sound");
-    command.add_option("--gain", settings.gainDb, "level of the output, 0 by default")
-        ->check(between(-200.0, 200.0))
-        ->type_name("DB")
+    command
+        .add_option_function<std::string>(
+            "--gain",
+            parsing("--gain", [&settings](const std::string& text) { settings.gain = parseGain(text); }),
+            "level of the output, 0 by default; auto: so low that nothing clips")
+        ->type_name("DB|auto")
         ->group("Sound");
 }
 

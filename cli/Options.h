@@ -9,9 +9,8 @@
 
 // The options that commands share.
 
-// Refuse what is not a number in the range, ends included; with integers what is not a whole one.
+// Refuses what is not a whole number in the range, ends included.
 CLI::Validator between(int low, int high);
-CLI::Validator between(double low, double high);
 
 // Where the effect comes from.
 void addBundleOption(CLI::App& command, std::filesystem::path& bundle);

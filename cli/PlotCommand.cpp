@@ -110,12 +110,7 @@ void drawSpectrogram(Picture& picture, const Spectrogram& spectrogram, double ra
 // The settings that the effect starts with.
 std::string caption(const PlotCommand& command, const Effect& effect)
 {
-    std::string text;
-    for (VstInt32 index = 0; index < effect.properties().numParams; ++index) {
-        std::string value = effect.text(effGetParamDisplay, index);
-        value.erase(0, value.find_first_not_of(' '));
-        text += (text.empty() ? "" : "   ") + effect.text(effGetParamName, index) + " " + value;
-    }
+    std::string text = effect.parameterTexts("   ");
     if (!command.settings.sound.automation.empty())
         text += "   automated by " + command.settings.sound.automation.filename().string();
     return text;
@@ -157,8 +152,12 @@ void run(const PlotCommand& command)
     const std::string settings = caption(command, sound.effect());
     Measurement measurement(input.sampleRate());
     {
-        Progress progress(!command.quiet, input.frames().value_or(0));
-        measure(input, sound, command.settings, progress, measurement);
+        Progress progress(!command.quiet, command.settings.passes() * input.frames().value_or(0));
+        const RenderSettings rendering =
+            withGainFound(command.settings, command.input, bundle, [&](auto samples) {
+                progress.advance(static_cast<std::int64_t>(samples.size()) / input.channels());
+            });
+        measure(input, sound, rendering, progress, measurement);
     }
     if (measurement.output.columns() == 0)
         throw Error("cannot plot " + input.name() + ": it is too short to show its frequencies");

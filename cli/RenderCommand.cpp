@@ -72,7 +72,7 @@ std::int64_t totalFrames(const RenderCommand& command)
         SF_INFO info{};
         const SoundFile sound(
             fs::is_regular_file(input, none) ? sf_open(input.c_str(), SFM_READ, &info) : nullptr, sf_close);
-        total += sound == nullptr ? 0 : info.frames;
+        total += sound == nullptr ? 0 : command.settings.render.passes() * info.frames;
     }
     return total;
 }

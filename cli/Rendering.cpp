@@ -1,5 +1,6 @@
 #include "cli/Rendering.h"
 
+#include "cli/Error.h"
 #include "cli/Peak.h"
 
 #include <algorithm>
@@ -8,17 +9,18 @@
 namespace
 {
 
-constexpr std::size_t kChunkSamples = 1 << 14;  // what is read and written at once, at least a block
-constexpr double kSilence = 3.16227766e-5;      // -90 dBFS, 10^(-90/20)
-constexpr double kSilentSeconds = 0.25;         // far beyond the comb's longest delay
-constexpr double kLongestAutomaticTail = 60.0;  // s
+constexpr std::size_t kChunkSamples = 1 << 14;      // what is read and written at once, at least a block
+constexpr double kSilence = 3.16227766e-5;          // -90 dBFS, 10^(-90/20)
+constexpr double kSilentSeconds = 0.25;             // far beyond the comb's longest delay
+constexpr double kLongestAutomaticTail = 60.0;      // s
+constexpr double kLowestFullScale = 127.5 / 128.0;  // what 8 bits clip, which is less than more bits do
 
 class Renderer
 {
 public:
     Renderer(AudioInput& from, Sound& through, const RenderSettings& set, const RenderTaps& to)
         : input(from), sound(through), settings(set), taps(to),
-          channels(static_cast<std::size_t>(from.channels())), gain(std::pow(10.0, set.gainDb / 20.0)),
+          channels(static_cast<std::size_t>(from.channels())), gain(std::pow(10.0, set.gain.decibels / 20.0)),
           chunk(chunkFrames() * channels)
     {
     }
@@ -135,4 +137,26 @@ private:
 RenderResult render(AudioInput& input, Sound& sound, const RenderSettings& settings, const RenderTaps& taps)
 {
     return Renderer(input, sound, settings, taps).run();
+}
+
+double gainBelowFullScale(double peak)
+{
+    const double decibels = 20.0 * std::log10(kLowestFullScale / peak);
+    return (std::ceil(10.0 * decibels) - 1.0) / 10.0;
+}
+
+RenderSettings withGainFound(RenderSettings settings, const std::filesystem::path& file, const Bundle& bundle,
+                             const std::function<void(std::span<const double>)>& tap)
+{
+    if (!settings.gain.automatic)
+        return settings;
+    std::error_code none;
+    if (file == "-" || std::filesystem::is_fifo(file, none))
+        throw Error("cannot read a pipe twice for --gain auto; give a number or a file");
+    AudioInput input(file);
+    Sound sound(bundle, settings.sound, input.channels(), input.sampleRate(), input.frames());
+    const RenderResult result = render(input, sound, settings, {.input = tap, .output = {}});
+    if (result.peak >= kLowestFullScale)
+        settings.gain.decibels = gainBelowFullScale(result.peak);
+    return settings;
 }

@@ -53,7 +53,7 @@ TEST_F(Render, KeepsWhatADryRenderingDoesNotChange)
     }
 }
 
-TEST_F(Render, SaturatesIntegersAndNamesTheGainThatAvoidsIt)
+TEST_F(Render, SaturatesIntegersAndNamesOrFindsTheGainThatAvoidsIt)
 {
     write("in.wav", noise(20000), 1, k16Bits);
     ASSERT_EQ(run("render in.wav -o full.wav --format double"), 0) << contentOf("err");
@@ -75,6 +75,11 @@ TEST_F(Render, SaturatesIntegersAndNamesTheGainThatAvoidsIt)
     EXPECT_EQ(contentOf("err"), "");
     const std::vector<double> quieter = read("out.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     EXPECT_GT(std::fabs(*std::ranges::max_element(quieter, {}, [](double x) { return std::fabs(x); })), 0.97);
+
+    EXPECT_EQ(run("render in.wav -o auto.flac --gain auto && cmp out.flac auto.flac"), 0) << contentOf("err");
+    EXPECT_EQ(run("render out.flac -o same.flac --gain auto --on-off off && cmp out.flac same.flac"), 0);
+    EXPECT_EQ(contentOf("err"), "");
+    expectFailure(1, "cat in.wav | $W render - -o out.wav --gain auto");
 }
 
 TEST_F(Render, LetsTheCombRingOutForATimeOrUntilItIsSilent)
