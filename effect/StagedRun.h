@@ -67,7 +67,7 @@ struct StagedState {
 //
 // Each stage works four samples behind the one before, so that a processor finds independent work while the
 // recurrences make it wait: they alone bound the time of a sample. Every operation and its order are those
-// of the formulas in Wail.h, and so are the bits.
+// of the formulas in Wail.h, and so are the bits, as long as rounding is to nearest or towards 0.
 //
 // kGliding: a value moves; without it the steps do not count. kSwitching: a switch fades, or the effect is
 // off; without it the effect is on. run: no sample stored is part of it, hence `__restrict`. Answers whether

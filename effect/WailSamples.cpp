@@ -104,8 +104,9 @@ void Wail::advance(VstInt32 samples) noexcept
     advanceLine(samples);
     onOffSwitch->advance(samples);
     invertSwitch->advance(samples);
-    if (wasFading && invertSwitch->state == FadeSwitch::kIdle && fInvert != appliedInvert)
-        invertSwitch->state = FadeSwitch::kFadingOut;  // it changed after the silent point
+    const bool changedLate = fInvert != appliedInvert && !std::isnan(fInvert);  // after the silent point
+    if (wasFading && invertSwitch->state == FadeSwitch::kIdle && changedLate)
+        invertSwitch->state = FadeSwitch::kFadingOut;
 }
 
 // Nothing that is not finite is heard, and nothing of it is left: the next block starts as after long

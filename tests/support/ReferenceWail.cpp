@@ -119,7 +119,7 @@ void ReferenceWail::process(const double* input, double* output, int frames)
         invert.advance(fade);
         if (invert.gain <= 0.0)
             invertSweep();
-        if (wasFadingIn && invert.state == 0 && pInvert != applied)
+        if (wasFadingIn && invert.state == 0 && pInvert != applied && !std::isnan(pInvert))
             invert.state = 1;
 
         const double level = std::fabs(glided(0) * highpass.run(shelf.run(x) * 1.584893192));
