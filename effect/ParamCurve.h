@@ -33,6 +33,6 @@ private:
     float shape(float x) const noexcept;
 };
 
-// x^exponent, the bits of std::pow where it rounds to nearest. x: a single-precision number, so its first two powers
-// are exact.
+// x^exponent, the bits of std::pow where it rounds to nearest. x: a single-precision number, so its first two
+// powers are exact.
 double powerOfSingle(double x, double exponent) noexcept;

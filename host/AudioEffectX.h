@@ -135,8 +135,8 @@ public:
     //
     // allocateArrangement replaces what the slot holds by a zeroed arrangement of nbChannels speakers; it
     // answers false and leaves null where there is no memory for it. matchArrangement makes *to a copy of
-    // from, which is not *to itself; it answers false at the first step that fails and leaves *to as far as it
-    // came.
+    // from, which is not *to itself; it answers false at the first step that fails and leaves *to as far as
+    // it came.
     virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, VstInt32 nbChannels);
     virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
     virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);
