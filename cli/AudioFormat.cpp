@@ -126,14 +126,10 @@ std::vector<int> typesFor(const AudioFormat& chosen, const fs::path& place, cons
 // WAV counts its bytes in 32 bits, RF64 in 64.
 int containerWithRoom(int format, const SF_INFO& source)
 {
-    const int type = format & SF_FORMAT_SUBMASK;
-    const double sampleBytes = type == SF_FORMAT_DOUBLE  ? 8.0
-                               : type == SF_FORMAT_FLOAT ? 4.0
-                                                         : bitsOf(format) / 8.0;
-    const double bytes = static_cast<double>(source.frames) * source.channels * sampleBytes;
+    const double bytes = static_cast<double>(source.frames) * source.channels * sampleBytesOf(format);
     const int container = format & SF_FORMAT_TYPEMASK;
     const bool isWav = container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX;
-    return isWav && bytes > kMaxBytesIn32Bits ? SF_FORMAT_RF64 | type : format;
+    return isWav && bytes > kMaxBytesIn32Bits ? SF_FORMAT_RF64 | (format & SF_FORMAT_SUBMASK) : format;
 }
 
 }  // namespace
@@ -223,6 +219,15 @@ int bitsOf(int format)
     case SF_FORMAT_PCM_32:
     case SF_FORMAT_ALAC_32: return 32;
     default: return 0;
+    }
+}
+
+int sampleBytesOf(int format)
+{
+    switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_FLOAT: return 4;
+    case SF_FORMAT_DOUBLE: return 8;
+    default: return bitsOf(format) / 8;
     }
 }
 

@@ -34,6 +34,9 @@ bool streams(int format);
 // Bits of an integer sample; 0 for floating-point and lossy types.
 int bitsOf(int format);
 
+// Bytes of an integer or floating-point sample; 0 for lossy types.
+int sampleBytesOf(int format);
+
 // Whether samples beyond full scale are kept as they are.
 bool keepsOverloads(int format);
 

@@ -21,8 +21,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-// Writers that stream put one of these into the header for a length that they do not know: 0, or a number
-// of bytes from here on.
+// Writers that stream put one of these into the header for a length that they do not know: 0, or a number of
+// bytes that is this one or more.
 constexpr std::int64_t kUnknownLength = 0x7ffe0000;
 
 // Whether the first bytes in a pipe, which stay there, are those of a format whose reader never goes back.
@@ -118,8 +118,8 @@ AudioInput::AudioInput(fs::path path) : file(std::move(path)), sound(nullptr, sf
         throw Error("cannot read " + name() + " as audio: " + reasonOf(nullptr));
     if (info.frames == 0)
         throw Error("cannot render " + name() + ": it holds no audio");
-    constexpr int kMaxSampleBytes = 4;
-    if (info.seekable == 0 && info.frames >= kUnknownLength / kMaxSampleBytes / info.channels)
+    const int frameBytes = info.channels * std::max(1, sampleBytesOf(info.format));
+    if (info.seekable == 0 && info.frames >= kUnknownLength / frameBytes)
         info.frames = 0;
     if (isCutOff(sound.get()))
         throw Error("cannot read all of " + name() + ": it ends before the length that its header promises");
