@@ -14,13 +14,12 @@ namespace
 {
 
 using Json = nlohmann::json;
-using Keyframe = std::pair<double, double>;  // time, samples; value, 0 .. 1
 
 Json parse(const std::filesystem::path& file)
 {
     std::ifstream stream(file);
     if (!stream)
-        throw Error(std::string("cannot open it: ") + std::strerror(errno));
+        throw Error(std::strerror(errno));
     if (stream.peek() == std::ifstream::traits_type::eof())
         throw Error(std::filesystem::is_directory(file) ? "it is a folder" : "it is empty");
     try {
@@ -67,11 +66,11 @@ std::vector<Keyframe> keyframesOf(const Json& content, VstInt32 index, double sa
         return {{0.0, valueOf(parameter, content)}};
     std::vector<Keyframe> keyframes;
     for (const auto& [time, value] : content.items())
-        keyframes.emplace_back(timeOf(time, sampleRate, inputFrames), valueOf(parameter, value));
+        keyframes.push_back({timeOf(time, sampleRate, inputFrames), valueOf(parameter, value)});
     if (keyframes.empty())
         throw Error("it has no keyframes");
-    std::ranges::sort(keyframes);
-    if (std::ranges::adjacent_find(keyframes, {}, &Keyframe::first) != keyframes.end())
+    std::ranges::sort(keyframes, {}, &Keyframe::time);
+    if (std::ranges::adjacent_find(keyframes, {}, &Keyframe::time) != keyframes.end())
         throw Error("it has two keyframes at the same time");
     return keyframes;
 }
@@ -107,12 +106,12 @@ ParameterValues Automation::at(std::int64_t frame) const
 
 float Automation::valueAt(const Lane& lane, double time)
 {
-    const auto next = std::ranges::upper_bound(lane.keyframes, time, {}, &Keyframe::first);
+    const auto next = std::ranges::upper_bound(lane.keyframes, time, {}, &Keyframe::time);
     if (next == lane.keyframes.begin())
-        return static_cast<float>(next->second);
+        return static_cast<float>(next->value);
     const Keyframe& last = *std::prev(next);
     if (next == lane.keyframes.end() || kParameters[static_cast<std::size_t>(lane.index)].isSwitch)
-        return static_cast<float>(last.second);
-    const double share = (time - last.first) / (next->first - last.first);
-    return static_cast<float>(last.second + (next->second - last.second) * share);
+        return static_cast<float>(last.value);
+    const double share = (time - last.time) / (next->time - last.time);
+    return static_cast<float>(last.value + (next->value - last.value) * share);
 }

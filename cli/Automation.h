@@ -5,8 +5,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <utility>
 #include <vector>
+
+struct Keyframe {
+    double time;   // samples from the beginning
+    double value;  // 0 .. 1
+};
 
 // Parameters over time, from a JSON file such as
 //
@@ -25,7 +29,6 @@ public:
     ParameterValues at(std::int64_t frame) const;
 
 private:
-    using Keyframe = std::pair<double, double>;  // time, samples; value, 0 .. 1
     struct Lane {
         VstInt32 index;
         std::vector<Keyframe> keyframes;  // one or more, each later than the one before
