@@ -3,6 +3,7 @@
 #include "cli/Error.h"
 #include "cli/Places.h"
 #include "host/K_TypeIF.h"
+#include "host/VstRecords.h"
 
 #include <dlfcn.h>
 
@@ -16,7 +17,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr VstIntPtr kInterfaceVersion = 2400;
 constexpr double kMinSampleRate = 62.5;       // Hz: the plug-in ignores a rate beyond these
 constexpr double kMaxSampleRate = 3072000.0;  // Hz
 constexpr std::size_t kLongestText = 256;     // with room to spare
@@ -25,7 +25,7 @@ constexpr std::size_t kLongestText = 256;     // with room to spare
 VstIntPtr answerEffect(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
                        void* /*ptr*/, float /*opt*/)
 {
-    return opcode == audioMasterVersion ? kInterfaceVersion : 0;
+    return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
 }  // namespace
@@ -65,7 +65,7 @@ void Effect::start(double sampleRate, VstInt32 blockSize)
     if (!(sampleRate >= kMinSampleRate && sampleRate <= kMaxSampleRate))
         throw Error("the plug-in works from 62.5 Hz to 3.072 MHz, not at " +
                     std::to_string(std::lround(sampleRate)) + " Hz");
-    dispatch(effSetBlockSize, 0, blockSize);  // first, so that the rate's buffers are made for it
+    dispatch(effSetBlockSize, 0, blockSize);
     dispatch(effSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRate));
     dispatch(effMainsChanged, 0, 1);
 }

@@ -37,7 +37,7 @@ bool staysWithin(double start, double target, double high)
 
 bool areModerate(const double* samples, VstInt32 count)
 {
-    return std::all_of(samples, samples + count, [](double s) { return std::fabs(s) <= kModerate; });
+    return std::all_of(samples, samples + count, [](double s) { return isModerate(s); });
 }
 
 bool areFinite(const double* samples, VstInt32 count)

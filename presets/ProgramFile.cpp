@@ -1,5 +1,7 @@
 #include "presets/ProgramFile.h"
 
+#include "host/AEffect.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -7,19 +9,11 @@
 namespace
 {
 
-constexpr std::int32_t code(const char (&text)[5])
-{
-    std::uint32_t value = 0;
-    for (int i = 0; i < 4; ++i)
-        value = value << 8 | static_cast<unsigned char>(text[i]);
-    return static_cast<std::int32_t>(value);
-}
-
-constexpr std::int32_t kFile = code("CcnK");
-constexpr std::int32_t kProgram = code("FxCk");
-constexpr std::int32_t kBank = code("FxBk");
-constexpr std::int32_t kChunkProgram = code("FPCh");
-constexpr std::int32_t kChunkBank = code("FBCh");
+constexpr std::int32_t kFile = fourCharacterCode("CcnK");
+constexpr std::int32_t kProgram = fourCharacterCode("FxCk");
+constexpr std::int32_t kBank = fourCharacterCode("FxBk");
+constexpr std::int32_t kChunkProgram = fourCharacterCode("FPCh");
+constexpr std::int32_t kChunkBank = fourCharacterCode("FBCh");
 constexpr const char* kWrongSize = "its size does not agree with its content";
 
 std::int32_t numberAt(const char* bytes)

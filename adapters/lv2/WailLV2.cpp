@@ -18,15 +18,13 @@ namespace
 {
 
 // Places of the ports, as wail.ttl has them. The first are the parameters, in the order of their indices.
-enum Port : VstInt32 { kInput = 7, kOutput = 8 };
-
-constexpr VstIntPtr kInterfaceVersion = 2400;
+enum Port : VstInt32 { kInput = kNumParams, kOutput };
 
 // What this host of the effect has to offer: its version.
 VstIntPtr answerEffect(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
                        void* /*ptr*/, float /*opt*/)
 {
-    return opcode == audioMasterVersion ? kInterfaceVersion : 0;
+    return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
 VstIntPtr dispatch(AEffect* effect, VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0,
@@ -79,7 +77,7 @@ public:
     WailLV2(float rate, VstInt32 length)
         : sampleRate(rate), blockLength(length), effect(makeEffect(sampleRate, blockLength))
     {
-        for (VstInt32 index = 0; index < kInput; ++index) {
+        for (VstInt32 index = 0; index < kNumParams; ++index) {
             VstParameterProperties properties{};
             dispatch(effect.get(), effGetParameterProperties, index, 0, &properties);
             controls[index].isToggle = (properties.flags & kVstParameterIsSwitch) != 0;
@@ -88,7 +86,7 @@ public:
 
     void connect(std::uint32_t port, void* data) noexcept
     {
-        if (port < kInput)
+        if (port < kNumParams)
             controls[port].port = static_cast<const float*>(data);
         else if (port == kInput)
             input = static_cast<const float*>(data);
@@ -112,7 +110,7 @@ public:
     // Audio thread: no allocation, and no lock that another thread takes.
     void run(std::uint32_t frames) noexcept
     {
-        for (VstInt32 index = 0; index < kInput; ++index)
+        for (VstInt32 index = 0; index < kNumParams; ++index)
             follow(controls[index], index);
         if (frames == 0 || (input != nullptr && output != nullptr))
             singlePrecision.process(*effect, input, output, static_cast<VstInt32>(frames));
@@ -136,7 +134,7 @@ private:
     const float sampleRate;      // Hz
     const VstInt32 blockLength;  // frames
     Effect effect;
-    std::array<Control, kInput> controls;  // by parameter index
+    std::array<Control, kNumParams> controls;  // by parameter index
     const float* input = nullptr;
     float* output = nullptr;
     SinglePrecision singlePrecision;
