@@ -31,7 +31,7 @@ constexpr Name kTypes[] = {
     {"pcm32", SF_FORMAT_PCM_32}, {"float", SF_FORMAT_FLOAT},  {"double", SF_FORMAT_DOUBLE},
 };
 
-constexpr Name kOpus = {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS};
+constexpr const char* kOpus = "opus";  // a sample type that has an extension: its container is Ogg
 
 constexpr int kFallbackTypes[] = {SF_FORMAT_PCM_24, SF_FORMAT_VORBIS, SF_FORMAT_MPEG_LAYER_III,
                                   SF_FORMAT_PCM_16};
@@ -56,7 +56,7 @@ std::vector<std::string> allNames()
     for (const Name& container : kContainers)
         if (std::ranges::find(names, container.name) == names.end())
             names.emplace_back(container.name);
-    names.emplace_back(kOpus.name);
+    names.emplace_back(kOpus);
     for (const Name& type : kTypes)
         names.emplace_back(type.name);
     return names;
@@ -68,32 +68,35 @@ void choose(AudioFormat& format, const std::string& name)
         format.container = container;
     else if (const int type = find(kTypes, name))
         format.type = type;
-    else if (name == kOpus.name)
+    else if (name == kOpus)
         format = {SF_FORMAT_OGG, SF_FORMAT_OPUS};
     else
         throw Error("no format '" + name + "'" + didYouMean(name, allNames()));
 }
 
-// The container of an extension in lower case; 0 where it is none of a container's.
-int namedBy(const std::string& extension)
+// The place's extension in lower case, without its dot.
+std::string nameIn(const fs::path& place)
 {
-    if (extension.empty())
-        return 0;
-    return extension == ".opus" ? SF_FORMAT_OGG : find(kContainers, extension.substr(1));
+    const std::string extension = lowerCase(place.extension().string());
+    return extension.empty() ? extension : extension.substr(1);
 }
 
-// 0 where nothing tells.
+// The container that the place's extension names; 0 where it names none.
+int containerIn(const fs::path& place)
+{
+    const std::string name = nameIn(place);
+    return name == kOpus ? SF_FORMAT_OGG : find(kContainers, name);
+}
+
+// The container of an output for which none was chosen; 0 where the place does not tell.
 int containerFor(const fs::path& place, const fs::path& input, const SF_INFO& source)
 {
     const int own = source.format & SF_FORMAT_TYPEMASK;
     if (isStream(place))
         return streams(own) ? own : SF_FORMAT_WAV;
-    const std::string extension = lowerCase(place.extension().string());
-    if (extension.empty())
-        return 0;
-    if (extension == lowerCase(input.extension().string()) || extension == extensionOf(own))
-        return own;
-    return namedBy(extension);
+    const std::string name = nameIn(place);
+    const bool isInputs = name == nameIn(input) || "." + name == extensionOf(own);
+    return !name.empty() && isInputs ? own : containerIn(place);
 }
 
 // WAV comes in kinds that share its extension.
@@ -105,20 +108,22 @@ int familyOf(int container)
 // Refuses a chosen container that is not the one that the place's extension names.
 void checkExtension(int chosen, const fs::path& place)
 {
-    const std::string extension = lowerCase(place.extension().string());
-    const int named = namedBy(extension);
+    const int named = containerIn(place);
     if (chosen != 0 && named != 0 && familyOf(chosen) != familyOf(named))
         throw Error("cannot write " + place.string() + " as " + extensionOf(chosen).substr(1) +
                     "; leave out --format or end the name in " + extensionOf(chosen));
 }
 
+// The sample types to try, in this order.
 std::vector<int> typesFor(const AudioFormat& chosen, const fs::path& place, const SF_INFO& source)
 {
+    if (chosen.type == SF_FORMAT_PCM_S8)
+        return {SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};  // a container has one of the two
     if (chosen.type != 0)
-        return {chosen.type, chosen.type == SF_FORMAT_PCM_S8 ? SF_FORMAT_PCM_U8 + 0 : chosen.type};
+        return {chosen.type};
     std::vector<int> types(std::begin(kFallbackTypes), std::end(kFallbackTypes));
     types.insert(types.begin(), source.format & SF_FORMAT_SUBMASK);
-    if (chosen.container == 0 && lowerCase(place.extension().string()) == ".opus")
+    if (chosen.container == 0 && nameIn(place) == kOpus)
         types.insert(types.begin(), SF_FORMAT_OPUS);
     return types;
 }
