@@ -7,6 +7,52 @@
 namespace
 {
 
+constexpr const char* kManualStart = R"(.TH WAIL 1 "" "wail )" WAIL_VERSION R"(" "User Commands"
+.SH NAME
+wail \- play audio files through a comb filter that sweeps with the level
+.SH SYNOPSIS
+.B wail
+.I COMMAND
+[\fIOPTION\fR]... [\fIFILE\fR]...
+.SH DESCRIPTION
+Loads the Wail plug-in as a host does and works on audio files with it, each channel with an
+instance of its own. An output appears under its name only when it is complete.
+.SH COMMANDS
+)";
+
+constexpr const char* kManualEnd = R"(.SH FORMATS
+wav, flac, aiff, ogg, opus, mp3, caf, rf64, w64 and au; sample types pcm8, pcm16, pcm24, pcm32,
+float and double; or both with a slash between them. An output keeps the format of its input
+unless its extension or \-\-format says otherwise.
+.SH AUTOMATION
+A JSON object that gives each parameter a value, 0 to 1 or "on" or "off", or keyframes: values by
+their times, in samples ("48000"), seconds ("1.5s") or share of the input ("50%"). Between two
+keyframes values run in a straight line; switches stay until the next one.
+.PP
+.EX
+{"range": {"0s": 0.2, "50%": 1}, "invert": {"0s": "off", "1.5s": "on"}}
+.EE
+.SH EXIT STATUS
+0 done; 1 it failed, one line on standard error says why; 2 wrong command line.
+)";
+
+constexpr const char* kCompletionStart = R"(# bash completion for wail
+_wail()
+{
+  local word=${COMP_WORDS[COMP_CWORD]} words=
+  case ${COMP_WORDS[COMP_CWORD-1]} in
+    --preset) words=$(wail preset 2>/dev/null | cut -d' ' -f1) ;;
+    --on-off|--invert) words='on off' ;;
+    *) case "${COMP_WORDS[*]:1:COMP_CWORD-1} " in
+)";
+
+constexpr const char* kCompletionEnd = R"(    esac ;;
+  esac
+  COMPREPLY=($(compgen -W "$words" -- "$word"))
+}
+complete -o default -F _wail wail
+)";
+
 // The text as troff takes it: hyphens that can be copied, and no line that reads as a request.
 std::string troff(const std::string& text)
 {
@@ -67,48 +113,18 @@ void writeCases(std::ostringstream& script, const CLI::App& command, const std::
 std::string manualPage(const CLI::App& app)
 {
     std::ostringstream page;
-    page << ".TH WAIL 1 \"\" \"wail " WAIL_VERSION "\" \"User Commands\"\n"
-         << ".SH NAME\nwail \\- play audio files through a comb filter that sweeps with the level\n"
-         << ".SH SYNOPSIS\n.B wail\n.I COMMAND\n[\\fIOPTION\\fR]... [\\fIFILE\\fR]...\n"
-         << ".SH DESCRIPTION\n"
-         << "Loads the Wail plug-in as a host does and works on audio files with it, each channel with an\n"
-         << "instance of its own. An output appears under its name only when it is complete.\n"
-         << ".SH COMMANDS\n";
+    page << kManualStart;
     for (const CLI::App* const command : app.get_subcommands({}))
         writeCommand(page, *command, "wail " + command->get_name());
-    page
-        << ".SH FORMATS\n"
-        << "wav, flac, aiff, ogg, opus, mp3, caf, rf64, w64 and au; sample types pcm8, pcm16, pcm24, pcm32,\n"
-        << "float and double; or both with a slash between them. An output keeps the format of its input\n"
-        << "unless its extension or \\-\\-format says otherwise.\n"
-        << ".SH AUTOMATION\n"
-        << "A JSON object that gives each parameter a value, 0 to 1 or \"on\" or \"off\", or keyframes: "
-           "values by\n"
-        << "their times, in samples (\"48000\"), seconds (\"1.5s\") or share of the input (\"50%\"). Between "
-           "two\n"
-        << "keyframes values run in a straight line; switches stay until the next one.\n"
-        << ".PP\n.EX\n{\"range\": {\"0s\": 0.2, \"50%\": 1}, \"invert\": {\"0s\": \"off\", \"1.5s\": "
-           "\"on\"}}\n.EE\n"
-        << ".SH EXIT STATUS\n0 done; 1 it failed, one line on standard error says why; 2 wrong command "
-           "line.\n";
+    page << kManualEnd;
     return page.str();
 }
 
 std::string bashCompletion(const CLI::App& app)
 {
     std::ostringstream script;
-    script << "# bash completion for wail\n"
-           << "_wail()\n{\n"
-           << "  local word=${COMP_WORDS[COMP_CWORD]} words=\n"
-           << "  case ${COMP_WORDS[COMP_CWORD-1]} in\n"
-           << "    --preset) words=$(wail preset 2>/dev/null | cut -d' ' -f1) ;;\n"
-           << "    --on-off|--invert) words='on off' ;;\n"
-           << "    *) case \"${COMP_WORDS[*]:1:COMP_CWORD-1} \" in\n";
+    script << kCompletionStart;
     writeCases(script, app, "");
-    script << "    esac ;;\n"
-           << "  esac\n"
-           << "  COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n"
-           << "}\n"
-           << "complete -o default -F _wail wail\n";
+    script << kCompletionEnd;
     return script.str();
 }
