@@ -7,7 +7,6 @@
 
 #include <dlfcn.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <memory>
@@ -76,6 +75,17 @@ void Effect::setParameters(const ParameterValues& values)
         record->setParameter(record, index, value);
 }
 
+std::string Effect::settings() const
+{
+    std::string all;
+    for (VstInt32 index = 0; index < record->numParams; ++index) {
+        std::string value = text(effGetParamDisplay, index);
+        value.erase(0, value.find_first_not_of(' '));  // the place of a sign
+        all += (index == 0 ? "" : ", ") + text(effGetParamName, index) + " " + value;
+    }
+    return all;
+}
+
 void Effect::load(const ProgramFile& program)
 {
     for (VstInt32 index = 0; index < std::ssize(program.values); ++index)
@@ -127,15 +137,4 @@ std::string Effect::text(VstInt32 opcode, VstInt32 index) const
     std::array<char, kLongestText> buffer{};
     dispatch(opcode, index, 0, buffer.data());
     return buffer.data();
-}
-
-std::string Effect::parameterTexts(const std::string& between) const
-{
-    std::string texts;
-    for (VstInt32 index = 0; index < record->numParams; ++index) {
-        const std::string value = text(effGetParamDisplay, index);
-        texts += (texts.empty() ? "" : between) + text(effGetParamName, index) + " " +
-                 value.substr(std::min(value.find_first_not_of(' '), value.size()));
-    }
-    return texts;
 }

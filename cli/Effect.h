@@ -50,6 +50,9 @@ public:
     void setParameters(const ParameterValues& values);
     float parameter(VstInt32 index) const { return record->getParameter(record, index); }
 
+    // All parameters with their values as the effect shows them: "On/Off on, Sense 8.42, ...".
+    std::string settings() const;
+
     // Programs are counted from 0. A program file's values and name go to the current program, a bank's to as
     // many programs as it has, of which the one in use when it was saved becomes the current one.
     void setProgram(VstInt32 index) { dispatch(effSetProgram, 0, index); }
@@ -65,9 +68,6 @@ public:
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
     std::string text(VstInt32 opcode, VstInt32 index = 0) const;  // what an opcode writes
-
-    // The parameters' names and texts, unpadded, with something between two of them.
-    std::string parameterTexts(const std::string& between) const;
 
     // Calls the operation in one slot of the effect object's table, counted from 0.
     template <typename Result, typename... Arguments>

@@ -110,10 +110,8 @@ void drawSpectrogram(Picture& picture, const Spectrogram& spectrogram, double ra
 // The settings that the effect starts with.
 std::string caption(const PlotCommand& command, const Effect& effect)
 {
-    std::string text = effect.parameterTexts("   ");
-    if (!command.settings.sound.automation.empty())
-        text += "   automated by " + command.settings.sound.automation.filename().string();
-    return text;
+    const fs::path& automation = command.settings.sound.automation;
+    return effect.settings() + (automation.empty() ? "" : "; automated by " + automation.filename().string());
 }
 
 std::string title(const AudioInput& input, const Measurement& measurement)

@@ -30,10 +30,10 @@ std::string describe(const RenderJob& job, const AudioInput& input, const Gain& 
     return nameOf(job.output) + text;
 }
 
-std::string describeSound(const Bundle& bundle, const RenderSettings& settings, Sound& sound)
+std::string describeSound(const Bundle& bundle, const RenderSettings& settings, const Sound& sound)
 {
     return "plug-in " + bundle.file().string() + ", blocks of " + std::to_string(settings.sound.blockSize) +
-           "; " + sound.effect().parameterTexts(", ");
+           ", " + sound.effect().settings();
 }
 
 std::string describeClipping(std::int64_t clipped, const Gain& gain, const RenderResult& result)

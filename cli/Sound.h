@@ -40,7 +40,7 @@ public:
     void process(std::span<double> interleaved);
 
     // The first channel's, to ask for names and texts.
-    Effect& effect() { return *effects.front(); }
+    const Effect& effect() const { return *effects.front(); }
 
 private:
     void processBlock(std::span<double> interleaved);
