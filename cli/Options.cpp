@@ -72,7 +72,7 @@ CLI::Validator between(int low, int high)
 
 void addBundleOption(CLI::App& command, std::filesystem::path& bundle)
 {
-    command.add_option("--bundle", bundle, "plug-in to use instead of the own one")->type_name("PATH");
+    command.add_option("--bundle", bundle, "plug-in to use instead of Wail's own")->type_name("PATH");
 }
 
 void addSoundOptions(CLI::App& command, SoundSettings& settings)

@@ -115,7 +115,7 @@ void write(const PresetCommand& command)
 }
 
 constexpr const char* kExamples = R"(Examples:
-  wail preset                                       lists what came along
+  wail preset                                       lists the presets that come with wail
   wail preset show slow-tide mine.fxb
   wail preset write --sense 0.3 --invert on --name "My Comb" -o mine.fxp
   wail preset write --program 2 --preset mine.fxp -o mine.fxb)";
@@ -135,13 +135,14 @@ void addPresetCommand(CLI::App& app)
         ->required();
     showing.final_callback([command] { show(*command); });
 
-    CLI::App& writing = *preset.add_subcommand("write", "Write the settings into a file");
+    CLI::App& writing = *preset.add_subcommand("write", "Write settings as a preset or a bank");
     writing.add_option("-o,--output", command->output, "file to write: .fxp a program, .fxb a bank")
         ->required()
         ->type_name("FILE");
     writing.add_option("--name", command->name, "name of the program, up to 23 characters")
         ->check([](const std::string& name) {
-            return name.size() > kLongestName ? "it holds at most 23 characters" : std::string();
+            return name.size() > kLongestName ? "a program's name holds at most 23 characters"
+                                              : std::string();
         })
         ->type_name("NAME");
     addSoundOptions(writing, command->sound);

@@ -30,7 +30,7 @@ public:
         // The last part of a block is filled up with the tail, so that all blocks but the last are whole.
         std::size_t frames = 0;
         while ((frames = readInput()) == chunkFrames())
-            finish(std::span(chunk));
+            processAndWrite(std::span(chunk));
         if (settings.tail.automatic)
             ringOut(frames);
         else
@@ -59,8 +59,8 @@ private:
         return frames;
     }
 
-    // Processes the chunk's beginning and passes it on.
-    void finish(std::span<double> samples)
+    // samples: the chunk, or its beginning.
+    void processAndWrite(std::span<double> samples)
     {
         process(samples);
         write(samples);
@@ -88,7 +88,7 @@ private:
         for (std::size_t left = frames + silentFrames; left > 0;) {
             const std::size_t length = std::min(left, chunkFrames());
             std::fill(chunk.begin() + static_cast<std::ptrdiff_t>(frames * channels), chunk.end(), 0.0);
-            finish(std::span(chunk).first(length * channels));
+            processAndWrite(std::span(chunk).first(length * channels));
             left -= length;
             frames = 0;
         }
