@@ -81,6 +81,7 @@ public:
     VstInt32 getVendorVersion() override { return 1000; }
     VstPlugCategory getPlugCategory() override { return kPlugCategEffect; }
 
+    // One channel in and out, whatever the extension's defaults.
     VstInt32 getNumOfInJacks() override { return 1; }
     VstInt32 getNumOfOutJacks() override { return 1; }
     VstInt32 getNumOfInSig(VstInt32 /*jack*/) override { return 1; }
@@ -150,7 +151,7 @@ private:
     float lastEnvelope = -1.0f;
     float lastReso = -1.0f;
     float lastBalance = -1.0f;
-    double lastSampleRate = -1.0;  // Hz; no rate yet
+    double lastSampleRate = -1.0;  // Hz; -1: no rate yet
 
     std::unique_ptr<IIRFilter> detectorShelf;
     std::unique_ptr<IIRFilter> detectorHighpass;

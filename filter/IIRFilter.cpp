@@ -35,7 +35,7 @@ void IIRFilter::FDexcute(filterPrm_tag* prm) noexcept
     case kHighPass2: designSecondOrder(K, butterworth, 1.0, -2.0, 1.0); break;
     case kBandPassEdges:
         designBand(K1, K2, K2 - K1, 0.0, -(K2 - K1));
-        coef.b1 = 0.0;  // edges in the wrong order make 0 times n negative
+        coef.b1 = 0.0;  // with the edges in the wrong order n may be negative, and 0 n is -0 then
         break;
     case kBandStopEdges: designBand(K1, K2, 1.0 + K1 * K2, 2.0 * (K1 * K2 - 1.0), 1.0 + K1 * K2); break;
     case kLowPassQ: designSecondOrder(K, butterworth / Q, KK, 2.0 * KK, KK); break;

@@ -34,11 +34,11 @@ public:
     explicit IIRFilter(filterPrm_tag* prm) noexcept;
     virtual ~IIRFilter() = default;
 
-    // Designs from *prm at once, correcting it. Three tangents and more: not for every sample.
+    // Filter design: from *prm at once, correcting it. Three tangents and more: not for every sample.
     void FDexcute(filterPrm_tag* prm) noexcept;
 
-    // Designs from *prm as FDexcute does; ipIirProcessing then glides there linearly over the next samples,
-    // 1 or more.
+    // The same design, interpolated: ipIirProcessing then glides there linearly over the next samples, 1 or
+    // more.
     void ipFDexcute(filterPrm_tag* prm, int samples) noexcept;
 
     // Back to silence; the coefficients stay.

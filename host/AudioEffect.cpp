@@ -56,8 +56,8 @@ void processDoubleReplacingOfObject(AEffect* effect, double** inputs, double** o
 AudioEffect::AudioEffect(audioMasterCallback callback, VstInt32 programs, VstInt32 params)
     : audioMaster(callback), numPrograms(programs), numParams(params)
 {
-    std::memset(&cEffect, 0,
-                sizeof cEffect);  // the gaps between its fields too: hosts may copy or compare it
+    // The gaps between the fields, too: hosts may copy or compare the record.
+    std::memset(&cEffect, 0, sizeof cEffect);
     cEffect.magic = kEffectMagic;
     cEffect.dispatcher = dispatchToObject;
     cEffect.process = processOfObject;
