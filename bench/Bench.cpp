@@ -9,8 +9,8 @@
 #include <deque>
 #include <map>
 
-// Measures every kernel in one run, in many short rounds, interleaved, and prints the least time of each and the ratios
-// that matter.
+// Measures every kernel in one run, in many short rounds, interleaved, and prints the least time of each and the
+// ratios that matter.
 
 namespace
 {
@@ -220,5 +220,5 @@ int main(int argc, char** argv)
     row("delay below one sample", least.of("shortDelay/"), "the usual", effect256);
     row("1000 instances, blocks of 64", least.of("instances/"), "one instance", least.of("effect/64"));
     std::printf("\ninstances on one core at 48 kHz, blocks of 64: %.0f\n",
-                1e9 / kSampleRate / least.of("effect/64"));
+                1e9 / kSampleRate / least.of("instances/"));
 }
