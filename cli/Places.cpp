@@ -55,7 +55,9 @@ fs::path findPreset(const std::string& nameOrFile)
     const std::vector<std::string> names = presetNames();
     if (std::ranges::find(names, nameOrFile) != names.end())
         return firstOf({"presets", WAIL_INSTALLED_PRESETS}) / (nameOrFile + ".fxp");
-    throw Error("no preset or file '" + nameOrFile + "'" + didYouMean(nameOrFile, names));
+    const std::string near = didYouMean(nameOrFile, names);
+    throw Error("no preset or file '" + nameOrFile + "'" +
+                (near.empty() ? "; wail preset lists the presets" : near));
 }
 
 std::vector<std::string> presetNames()

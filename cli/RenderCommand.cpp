@@ -3,6 +3,7 @@
 #include "cli/Options.h"
 #include "cli/RenderJob.h"
 
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <thread>
@@ -57,7 +58,8 @@ std::vector<RenderJob> planJobs(const RenderCommand& command)
                 fs::equivalent(output, other == "-" ? fs::path("/dev/stdin") : other, none))
                 throw Error("cannot write " + output.string() + ": it is the input; choose another name");
         if (!outputs.insert(fs::weakly_canonical(output, none)).second)
-            throw Error("cannot write " + output.string() + " twice: two inputs have the same name");
+            throw Error("cannot write " + output.string() +
+                        " twice: two inputs have the same name; render them one by one with --output");
         jobs.push_back({input, output});
     }
     return jobs;
