@@ -20,23 +20,6 @@ Wail::Wail(audioMasterCallback callback)
     canDoubleReplacing(true);
 }
 
-Wail::~Wail()
-{
-    programs.reset();
-    delayLine.reset();
-    detectorShelf.reset();
-    detectorHighpass.reset();
-    envelopeSmoother.reset();
-    senseCurve.reset();
-    rangeCurve.reset();
-    envelopeCurve.reset();
-    resoCurve.reset();
-    dryCurve.reset();
-    wetCurve.reset();
-    onOffSwitch.reset();
-    invertSwitch.reset();
-}
-
 bool Wail::getEffectName(char* name)
 {
     return copyText(name, "Wail", kVstMaxNameLen - 1);

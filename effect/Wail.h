@@ -20,6 +20,21 @@ inline constexpr VstInt32 kNumPrograms = 16;
 inline constexpr double kMinSampleRate = 62.5;
 inline constexpr double kMaxSampleRate = 3072000.0;
 
+// What a sample rate needs memory for: had as a whole before anything old goes, and moved in one step.
+struct RateObjects {
+    RateObjects() = default;  // of no rate yet: nothing
+
+    // Hz, kMinSampleRate .. kMaxSampleRate. May throw std::bad_alloc.
+    explicit RateObjects(double sampleRate);
+
+    VstInt32 delayLength = 0;             // samples, 0.1 s
+    VstInt32 lineMargin = 0;              // samples: the longest delay of parameters in 0 .. 1, and 2
+    std::unique_ptr<double[]> delayLine;  // circular, delayLength samples after lineMargin ones of room
+    std::unique_ptr<ParamCurve> senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
+    std::unique_ptr<IIRFilter> detectorShelf, detectorHighpass, envelopeSmoother;
+    std::unique_ptr<FadeSwitch> onOffSwitch, invertSwitch;
+};
+
 // An envelope-swept comb filter, one channel. The louder the input x, the farther the comb's teeth move:
 //
 //     e = smooth(follow(|s detect(x)|))         detect: shelf, +4 dB, high-pass; follow: peak, release
@@ -35,12 +50,11 @@ inline constexpr double kMaxSampleRate = 3072000.0;
 //
 // The host sets parameters and programs and asks for texts from any thread; a block in work holds
 // paramMutex, so changes take effect with the next block. setSampleRate and resume must not overlap a block.
-class Wail : public K_TypeBase
+class Wail : public K_TypeBase, private RateObjects
 {
 public:
     // May throw std::bad_alloc or std::system_error.
     explicit Wail(audioMasterCallback callback);
-    ~Wail() override;
 
     // Clears the delay line.
     void resume() override;
@@ -105,9 +119,6 @@ private:
     static const std::array<Parameter, kNumParams> kParameters;
     static const Parameter* findParameter(VstInt32 index) noexcept;
 
-    struct RateObjects;
-    void adopt(RateObjects&& built) noexcept;
-
     struct Run;
     void setRelease(double factor) noexcept;
     void mapChangedParameters() noexcept;
@@ -153,29 +164,13 @@ private:
     float lastBalance = -1.0f;
     double lastSampleRate = -1.0;  // Hz; -1: no rate yet
 
-    std::unique_ptr<IIRFilter> detectorShelf;
-    std::unique_ptr<IIRFilter> detectorHighpass;
-    std::unique_ptr<IIRFilter> envelopeSmoother;
-    std::unique_ptr<ParamCurve> senseCurve;
-    std::unique_ptr<ParamCurve> rangeCurve;
-    std::unique_ptr<ParamCurve> envelopeCurve;
-    std::unique_ptr<ParamCurve> resoCurve;
-    std::unique_ptr<ParamCurve> dryCurve;
-    std::unique_ptr<ParamCurve> wetCurve;
-
     bool firstBlock = true;
-    std::unique_ptr<FadeSwitch> onOffSwitch;
-    std::unique_ptr<FadeSwitch> invertSwitch;
     float appliedInvert = 0.0f;  // "Invert" value that the sweep is set up for
-
-    std::unique_ptr<double[]> delayLine;  // circular, delayLength samples after lineMargin ones of room
-    VstInt32 lineMargin = 0;              // samples: the longest delay of parameters in 0 .. 1, and 2
-    VstInt32 writeIndex = 0;              // entry of the current sample; the oldest until it is written
-    double envelope = 0.0;                // level followed, 0 .. 1
-    double releaseCoef = 0.0;             // the envelope's fall, a factor per sample
-    VstInt32 delayLength = 0;             // samples, 0.1 s
-    double sweepBase = 0.0;               // delay without sweep, samples
-    double sweepDepth = 0.0;              // delay change of a full sweep, samples
+    VstInt32 writeIndex = 0;     // entry of the current sample; the oldest until it is written
+    double envelope = 0.0;       // level followed, 0 .. 1
+    double releaseCoef = 0.0;    // the envelope's fall, a factor per sample
+    double sweepBase = 0.0;      // delay without sweep, samples
+    double sweepDepth = 0.0;     // delay change of a full sweep, samples
 
     // What a block glides to, and from.
     double senseTarget = 0.0;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <new>
-#include <utility>
 
 namespace
 {
@@ -52,34 +51,24 @@ std::unique_ptr<ParamCurve> makeCurve(double valueAtZero, double valueAtOne, flo
 
 }  // namespace
 
-// All that needs memory for one sample rate, so that it is had as a whole before anything old goes.
-struct Wail::RateObjects {
-    explicit RateObjects(double rate)
-        : delayLength(static_cast<VstInt32>(rate * kDelayLineSeconds)),
-          // 2: the older entry of an interpolation, and rounding. The quick form reads no farther back.
-          lineMargin(static_cast<VstInt32>(rate * (kUpward.base + kUpward.depth)) + 2),
-          delayLine(new double[lineMargin + delayLength]),
-          senseCurve(makeCurve(0.630957344, 3.16)),                    // -4 dB to +10 dB
-          rangeCurve(makeCurve(0.75, 1.0, 0.5f)),                      // setInvert sets the low end
-          envelopeCurve(makeCurve(0.9, 0.999908444471572)),            // per sample at 48 kHz; 32764/32767
-          resoCurve(makeCurve(0.250007629627369, 0.935789056062502)),  // 8192/32767 to 30663/32767
-          dryCurve(makeCurve(0.0, 1.0, 2.0f, -1.0f, 0.0f, 1.0f)),      // 1 - p^2
-          wetCurve(makeCurve(0.0, 1.0, 2.0f, -1.0f, 1.0f, 1.0f)),      // 1 - (p - 1)^2
-          detectorShelf(makeSection(sectionOf(kHighShelf1, 90.0, 9.0, rate))),
-          detectorHighpass(makeSection(sectionOf(kHighPass1, 80.0, 0.0, rate))),
-          envelopeSmoother(makeSection(sectionOf(kOnePole, kDownward.smootherFreq, 0.0, rate))),
-          onOffSwitch(std::make_unique<FadeSwitch>(rate, 0.0f)),
-          invertSwitch(std::make_unique<FadeSwitch>(rate, 0.0f))
-    {
-    }
-
-    VstInt32 delayLength;
-    VstInt32 lineMargin;
-    std::unique_ptr<double[]> delayLine;
-    std::unique_ptr<ParamCurve> senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
-    std::unique_ptr<IIRFilter> detectorShelf, detectorHighpass, envelopeSmoother;
-    std::unique_ptr<FadeSwitch> onOffSwitch, invertSwitch;
-};
+RateObjects::RateObjects(double rate)
+    : delayLength(static_cast<VstInt32>(rate * kDelayLineSeconds)),
+      // 2: the older entry of an interpolation, and rounding. The quick form reads no farther back.
+      lineMargin(static_cast<VstInt32>(rate * (kUpward.base + kUpward.depth)) + 2),
+      delayLine(new double[lineMargin + delayLength]),
+      senseCurve(makeCurve(0.630957344, 3.16)),                    // -4 dB to +10 dB
+      rangeCurve(makeCurve(0.75, 1.0, 0.5f)),                      // setInvert sets the low end
+      envelopeCurve(makeCurve(0.9, 0.999908444471572)),            // per sample at 48 kHz; 32764/32767
+      resoCurve(makeCurve(0.250007629627369, 0.935789056062502)),  // 8192/32767 to 30663/32767
+      dryCurve(makeCurve(0.0, 1.0, 2.0f, -1.0f, 0.0f, 1.0f)),      // 1 - p^2
+      wetCurve(makeCurve(0.0, 1.0, 2.0f, -1.0f, 1.0f, 1.0f)),      // 1 - (p - 1)^2
+      detectorShelf(makeSection(sectionOf(kHighShelf1, 90.0, 9.0, rate))),
+      detectorHighpass(makeSection(sectionOf(kHighPass1, 80.0, 0.0, rate))),
+      envelopeSmoother(makeSection(sectionOf(kOnePole, kDownward.smootherFreq, 0.0, rate))),
+      onOffSwitch(std::make_unique<FadeSwitch>(rate, 0.0f)),
+      invertSwitch(std::make_unique<FadeSwitch>(rate, 0.0f))
+{
+}
 
 void Wail::setSampleRate(float newSampleRate)
 {
@@ -87,7 +76,7 @@ void Wail::setSampleRate(float newSampleRate)
     if (!(rate >= kMinSampleRate && rate <= kMaxSampleRate) || rate == lastSampleRate)
         return;
     try {
-        adopt(RateObjects(rate));
+        static_cast<RateObjects&>(*this) = RateObjects(rate);
     } catch (const std::bad_alloc&) {
         return;
     }
@@ -105,24 +94,6 @@ void Wail::setSampleRate(float newSampleRate)
     invertSwitch->lastValue = appliedInvert;  // what the sweep really stands at, whatever the host sets now
     parametersAreNew = true;
     resume();
-}
-
-void Wail::adopt(RateObjects&& built) noexcept
-{
-    delayLength = built.delayLength;
-    lineMargin = built.lineMargin;
-    delayLine = std::move(built.delayLine);
-    senseCurve = std::move(built.senseCurve);
-    rangeCurve = std::move(built.rangeCurve);
-    envelopeCurve = std::move(built.envelopeCurve);
-    resoCurve = std::move(built.resoCurve);
-    dryCurve = std::move(built.dryCurve);
-    wetCurve = std::move(built.wetCurve);
-    detectorShelf = std::move(built.detectorShelf);
-    detectorHighpass = std::move(built.detectorHighpass);
-    envelopeSmoother = std::move(built.envelopeSmoother);
-    onOffSwitch = std::move(built.onOffSwitch);
-    invertSwitch = std::move(built.invertSwitch);
 }
 
 void Wail::setRelease(double factor) noexcept
