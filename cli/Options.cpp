@@ -47,7 +47,11 @@ Gain parseGain(const std::string& text)
 class HelpFormatter : public CLI::Formatter
 {
 public:
-    HelpFormatter() { column_width(26); }
+    HelpFormatter()
+    {
+        column_width(26);
+        label("SUBCOMMAND", "COMMAND");
+    }
 
     std::string make_option_opts(const CLI::Option* option) const override
     {

@@ -40,6 +40,8 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error)
     std::string what = error.what();
     if (const CLI::Option* const option = lackingValue(*command, error))
         what = option->get_name() + " needs a value, " + typeOf(*option);
+    else if (command == &app && error.get_name() == "RequiredError")
+        what = "a command is required";
     if (unknown.empty())
         return what + (what.ends_with('?') ? "" : help);
 
@@ -51,8 +53,8 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error)
             known.push_back("--" + longName);
     const std::string word = unknown.front().substr(0, unknown.front().find('='));
     const std::string near = didYouMean(word, known);
-    return (word.starts_with('-') ? "unknown option " : "unexpected argument ") + word +
-           (near.empty() ? help : near);
+    const char* const kind = command == &app ? "unknown command " : "unexpected argument ";
+    return (word.starts_with('-') ? "unknown option " : kind) + word + (near.empty() ? help : near);
 }
 
 // An option without help, for the build, that prints what is made of the definitions and ends.
@@ -77,6 +79,7 @@ int run(int argc, char** argv)
     CLI::App app("wail: plays audio files through Wail, a comb filter that sweeps with the level.", "wail");
     app.formatter(helpFormatter());
     app.require_subcommand(1);
+    app.group("Commands");  // the heading of all commands below
     app.set_version_flag("--version", "wail " WAIL_VERSION);
     app.footer(kExamples);
     addRenderCommand(app);
