@@ -20,20 +20,18 @@ public:
     // Writing the state costs more than reading it, so what is as it should be is left alone.
     FlushToZero() noexcept : saved(read())
     {
-        if (!wasOn())
+        if ((saved.control & kFlushResults) == 0)
             write({saved.control | kFlushResults, saved.flags});
     }
     FlushToZero(const FlushToZero&) = delete;
     FlushToZero& operator=(const FlushToZero&) = delete;
     ~FlushToZero()
     {
-        if (!wasOn() || !isAs(saved))
+        if (!isAs(saved))
             write(saved);
     }
 
 private:
-    bool wasOn() const noexcept { return (saved.control & kFlushResults) != 0; }
-
 #if defined(__i386__)
     struct State {
         std::uint32_t control;  // MXCSR, which holds the flags of SSE arithmetic too
