@@ -19,7 +19,7 @@ struct ParamCurve {
     // Audio thread: no side effects.
     double map(float p) const noexcept;
 
-    std::unique_ptr<float[]> coefs;  // highest power first; null but in mode 3
+    std::unique_ptr<float[]> coefs = nullptr;  // highest power first; null but in mode 3
     std::int32_t mode = 0;
     double valueAtOne = 1.0;   // result for p = 1
     double valueAtZero = 0.0;  // result for p = 0
