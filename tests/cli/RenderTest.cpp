@@ -90,8 +90,7 @@ TEST_F(Render, LetsTheCombRingOutForATimeOrUntilItIsSilent)
     expected.resize(44100);
     const Plugin plugin;
     plugin.setRate(44100.0f);
-    for (int n = 0; n < 44100; n += 64)
-        plugin.process(expected.data() + n, std::min(64, 44100 - n));
+    plugin.process(expected, 64);
 
     ASSERT_EQ(run("render in.wav -o out.wav --tail 0.5"), 0);
     EXPECT_EQ(read("out.wav", kDouble), std::vector(expected.begin(), expected.begin() + 1000 + 22050));

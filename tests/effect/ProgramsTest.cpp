@@ -2,16 +2,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-void rename(const Plugin& plugin, std::string name)
-{
-    plugin.dispatch(effSetProgramName, 0, 0, name.data());
-}
-
-}  // namespace
-
 TEST(Programs, StartAlikeAndNumbered)
 {
     const Plugin plugin;
@@ -48,13 +38,13 @@ TEST(Programs, KeepTwentyThreeCharactersOfAName)
     const Plugin plugin;
     plugin.dispatch(effSetProgram, 0, 4);
     for (const std::string name : {"Lead", "init", "Init ", "Init 2", ""}) {
-        rename(plugin, name);
+        plugin.rename(name);
         EXPECT_EQ(plugin.text(effGetProgramName), name);
         EXPECT_EQ(plugin.text(effGetProgramNameIndexed, 4), name);
     }
-    rename(plugin, "Init");
+    plugin.rename("Init");
     EXPECT_EQ(plugin.text(effGetProgramName), "Init 5");
-    rename(plugin, std::string(23, 'n') + "beyond");
+    plugin.rename(std::string(23, 'n') + "beyond");
     EXPECT_EQ(plugin.text(effGetProgramName), std::string(23, 'n'));
     EXPECT_EQ(plugin.text(effGetProgramNameIndexed, 5), "Init");  // the neighbour
     EXPECT_EQ(plugin.get(0), 1.0f);

@@ -3,10 +3,15 @@
 #include "host/K_TypeIF.h"
 #include "host/Opcodes.h"
 
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-// A host's side of the interface: remembers every call and answers each with hostAnswer, or throws.
+// A host's side of the interface: remembers every call and answers each with hostAnswer.
 struct HostCall {
     AEffect* effect;
     VstInt32 opcode;
@@ -19,19 +24,38 @@ struct HostCall {
 };
 inline std::vector<HostCall> hostCalls;
 inline VstIntPtr hostAnswer = 1;
-inline bool hostThrows = false;
-VstIntPtr hostCallback(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
-                       float opt);
 
-// An entry point of the built bundle, which stays loaded.
-K_TypeIF* (*entryPoint(const char* name))(audioMasterCallback);
+inline VstIntPtr hostCallback(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
+                              float opt)
+{
+    hostCalls.push_back({effect, opcode, index, value, ptr, opt});
+    return hostAnswer;
+}
+
+inline void* loadLibrary(const std::string& path)
+{
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        throw std::runtime_error(dlerror());
+    return library;
+}
+
+// An entry point of the built bundle, which stays loaded, or of another one.
+using EntryPoint = K_TypeIF* (*)(audioMasterCallback);
+inline EntryPoint entryPoint(const char* name, void* bundle = loadLibrary(WAIL_BUNDLE))
+{
+    return reinterpret_cast<EntryPoint>(dlsym(bundle, name));
+}
 
 // An effect, driven through its record alone.
 class Plugin
 {
 public:
-    Plugin();                                           // of the bundle
-    explicit Plugin(AEffect* other) : record(other) {}  // any other
+    explicit Plugin(EntryPoint make = entryPoint("getinterface"))
+        : record(std::unique_ptr<K_TypeIF>(make(hostCallback))->aeffect)
+    {
+    }
+    explicit Plugin(AEffect* other) : record(other) {}
     Plugin(const Plugin&) = delete;
     ~Plugin() { dispatch(effClose); }
 
@@ -43,14 +67,26 @@ public:
     void setRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
     void set(VstInt32 index, float value) const { record->setParameter(record, index, value); }
     float get(VstInt32 index) const { return record->getParameter(record, index); }
+    void rename(std::string name) const { dispatch(effSetProgramName, 0, 0, name.data()); }
 
     // What an opcode writes into a text buffer; "untouched" when it writes nothing.
-    std::string text(VstInt32 opcode, VstInt32 index = 0) const;
+    std::string text(VstInt32 opcode, VstInt32 index = 0) const
+    {
+        char buffer[64] = "untouched";
+        dispatch(opcode, index, 0, buffer);
+        return buffer;
+    }
 
     // Processes a block in place.
     void process(double* samples, VstInt32 frames) const
     {
         record->processDoubleReplacing(record, &samples, &samples, frames);
+    }
+    // Likewise, in blocks of the given length; the last one may be shorter.
+    void process(std::vector<double>& samples, std::size_t block = 1 << 20) const
+    {
+        for (std::size_t n = 0; n < samples.size(); n += block)
+            process(samples.data() + n, static_cast<VstInt32>(std::min(block, samples.size() - n)));
     }
 
     // Calls the operation in one slot of the effect object's table, counted from 0.
