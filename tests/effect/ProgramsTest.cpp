@@ -19,20 +19,6 @@ TEST(Programs, StartAlikeAndNumbered)
         EXPECT_EQ(plugin.text(effGetProgramNameIndexed, index), "untouched");
 }
 
-TEST(Programs, KeepTheValuesThatWereSetWhileTheyWereCurrent)
-{
-    const Plugin plugin;
-    plugin.dispatch(effSetProgram, 0, 3);
-    for (VstInt32 i = 0; i < 7; ++i)
-        plugin.set(i, 0.0625f * static_cast<float>(i + 1));
-    plugin.dispatch(effSetProgram, 0, 0);
-    EXPECT_EQ(plugin.get(2), 0.8f);
-    EXPECT_EQ(plugin.get(0), 1.0f);
-    plugin.dispatch(effSetProgram, 0, 3);
-    for (VstInt32 i = 0; i < 7; ++i)
-        EXPECT_EQ(plugin.get(i), 0.0625f * static_cast<float>(i + 1));
-}
-
 TEST(Programs, KeepTwentyThreeCharactersOfAName)
 {
     const Plugin plugin;

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "effect/FlushToZero.h"
+
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -9,39 +13,169 @@
 class ReferenceWail
 {
 public:
-    // By parameter index; the next block hears them.
-    std::array<float, 7> parameters{1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f};
+    // By program and by parameter index; the next block hears those of the current program.
+    std::vector<std::array<float, 7>> programs{16, {1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f}};
+    std::size_t program = 0;
 
-    void setRate(double rate);
+    void setRate(double rate)
+    {
+        if (rate == fs)
+            return;
+        fs = rate;
+        line.assign(static_cast<std::size_t>(rate * 0.1), 0.0);
+        written = 0;
+        envelope = smoothed = 0.0;
+        from = to = {};
+        const auto warped = [rate](double f) {
+            return std::tan(3.141592653589794 * std::min(f, 0.5 * rate) / rate);
+        };
+        const double V = 1.0 / std::pow(10.0, -9.0 / 20.0);
+        shelf = section(warped(90.0), warped(90.0) + V, warped(90.0) - V);
+        highpass = section(warped(80.0), 1.0, -1.0);
+        invertSweep();
+        fade = static_cast<int>(std::floor(0.016 * rate));
+        onOff = {.last = programs[program][0]};
+        invert = {.last = programs[program][5]};
+    }
+
     void resume() { line.assign(line.size(), 0.0); }
-    void process(const double* input, double* output, int frames);
+
+    std::vector<double> process(const std::vector<double>& input)
+    {
+        if (line.empty())
+            return input;
+        const FlushToZero flush;
+        const auto& [pOnOff, pSense, pReso, pRange, pBalance, pInvert, pEnvelope] = programs[program];
+        if (first)
+            invertSweep();
+        const double above = pBalance - 1.0f;
+        to = {curve(pSense, 0.630957344, 3.16), curve(pRange, rangeLow, 1.0, 0.5),
+              curve(pReso, 0.250007629627369, 0.935789056062502),
+              static_cast<float>(1.0 - std::pow(static_cast<double>(pBalance), 2.0)),
+              static_cast<float>(1.0 - std::pow(above, 2.0))};
+        release = std::pow(curve(pEnvelope, 0.9, 0.999908444471572), 48000.0 / fs);
+        if (pOnOff != onOff.last && !first)
+            onOff.state = 1;
+        if (pInvert != invert.last && invert.state == 0 && !first)
+            invert.state = 1;
+        onOff.last = pOnOff;
+        invert.last = pInvert;
+        first = false;
+
+        const double inc = input.size() > 1 ? 1.0 / static_cast<double>(input.size() - 1) : 0.0;
+        for (std::size_t v = 0; v < 5; ++v)
+            step[v] = (to[v] - from[v]) * inc;
+        finite = true;
+        std::vector<double> output;
+        for (const double x : input)
+            output.push_back(sample(x, static_cast<double>(output.size())));
+        if (!finite) {
+            const auto notFinite = [](double sample) { return !std::isfinite(sample); };
+            std::ranges::replace_if(output, notFinite, 0.0);
+            shelf.z1 = highpass.z1 = envelope = smoothed = 0.0;
+            resume();
+        }
+        from = to;
+        return output;
+    }
 
 private:
-    struct Section {  // one-pole: y = b0 y + b1 x; otherwise a first-order section
-        bool onePole;
+    struct Section {  // of the first order
         double b0, b1, fb1;
         double z1 = 0.0;
-        double run(double x);
+
+        double run(double x)
+        {
+            const double y = b0 * x + z1;
+            z1 = b1 * x + fb1 * y;
+            return y;
+        }
     };
     struct Switch {
         int state = 0, position = 0;
         float last;
         double gain = 1.0;
-        void advance(int length);
+
+        // Sets the gain of this sample, then the state of the next.
+        void advance(int length)
+        {
+            const double share = 1.0 / length;
+            gain = state == 0 ? 1.0 : state == 1 ? (length - position) * share : share * position;
+            if (state != 0 && ++position == length) {
+                position = 0;
+                state = state == 1 ? 2 : 0;
+            }
+        }
     };
 
-    void invertSweep();
-    static double curve(float p, double atZero, double atOne, double exponent = 1.0);
-    static double onePoleAt(double freq, double rate);
+    double sample(double x, double n)
+    {
+        const float pOnOff = programs[program][0], pInvert = programs[program][5];
+        const auto glided = [&](std::size_t v) { return from[v] + n * step[v]; };
+        const float on = onOff.state != 1 ? pOnOff : pOnOff == 1.0f ? 0.0f : 1.0f;
+        const bool wasFadingIn = invert.state == 2;
+        onOff.advance(fade);
+        invert.advance(fade);
+        if (invert.gain <= 0.0)
+            invertSweep();
+        if (wasFadingIn && invert.state == 0 && pInvert != applied && !std::isnan(pInvert))
+            invert.state = 1;
+
+        const double level = std::fabs(glided(0) * highpass.run(shelf.run(x) * 1.584893192));
+        const double limited = level > 1.0 ? 1.0 : level;
+        envelope = envelope > limited ? release * envelope : limited;
+        smoothed = pole * smoothed + (1.0 - pole) * envelope;
+        const double p = base + depth * ((applied == 1.0f ? smoothed : 0.0 - smoothed) * glided(1));
+
+        const auto length = static_cast<std::int64_t>(line.size());
+        const double delay = p > 0.0 ? std::min(p, static_cast<double>(length - 1)) : 0.0;
+        const auto D = static_cast<std::int64_t>(delay);
+        const auto back = [&](std::int64_t samples) {  // 0: the entry about to be written, the oldest
+            return line[static_cast<std::size_t>((written - samples + 2 * length) % length)];
+        };
+        const double y = back(D) + (back(D + 1) - back(D)) * (delay - static_cast<double>(D));
+        const double wet = glided(3) * x + glided(4) * (x - 1.5 * y);
+        const double v = x - glided(2) * y;
+        line[static_cast<std::size_t>(written++ % length)] = v;
+        const double output = on == 1.0f ? invert.gain * onOff.gain * wet : onOff.gain * x;
+        for (const double signal : {x, shelf.z1, highpass.z1, envelope, smoothed, v, output})
+            finite = finite && std::isfinite(signal);
+        return output;
+    }
+
+    static Section section(double K, double b0, double b1)
+    {
+        const double n = 1.0 / (1.0 + K);
+        return {b0 * n, b1 * n, (1.0 - K) * n};
+    }
+    static double curve(float p, double atZero, double atOne, double exponent = 1.0)
+    {
+        const auto f = static_cast<float>(std::pow(static_cast<double>(p), exponent));
+        return static_cast<float>(atZero) + f * static_cast<float>(atOne - atZero);
+    }
+    void invertSweep()
+    {
+        applied = programs[program][5];
+        const auto [b, d, low, freq] = applied == 1.0f
+                                           ? std::array{0.0003125, 0.001833333333, 0.25, 5.1498405}
+                                           : std::array{0.001458333333, 0.001458333333, 0.75, 2.726345};
+        base = fs * b;
+        depth = fs * d;
+        rangeLow = low;
+        to[1] = curve(programs[program][3], rangeLow, 1.0, 0.5);
+        const double g = 0.5011872337;
+        const double cs = std::cos(3.141592653589794 * 2.0 * freq / fs);
+        pole = ((g * cs - 1.0) + std::sqrt(((cs - 1.0) * g) * ((g * cs - 2.0) + g))) / -0.4988127663;
+    }
 
     double fs = 0.0;
-    bool first = true;
+    bool first = true, finite = true;
     int fade = 0;
     Switch onOff{}, invert{};
-    Section shelf{}, highpass{}, smoother{};
-    std::array<float, 7> mapped{};
-    std::array<double, 5> from{}, to{};  // sense, range, reso, dry, wet
-    double release = 0.0, envelope = 0.0, base = 0.0, depth = 0.0, rangeLow = 0.0;
+    Section shelf{}, highpass{};
+    std::array<double, 5> from{}, step{}, to{};  // sense, range, reso, dry, wet
+    double release = 0.0, envelope = 0.0, smoothed = 0.0, pole = 0.0;
+    double base = 0.0, depth = 0.0, rangeLow = 0.0;
     float applied = 0.0f;
     std::vector<double> line;
     std::int64_t written = 0;
