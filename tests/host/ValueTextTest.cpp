@@ -22,16 +22,13 @@ std::string text(Helper helper, Value value, VstInt32 maxLen = 8)
     return buffer;
 }
 
-// The text of a float below a million in whole hundredths: exact, since 24 bits times 100 fit a double.
+// The text of a float below a million. Its hundredths are exact, since 24 bits times 100 fit a double.
 std::string expectedText(float value)
 {
-    const float rounded = std::fabs(value) < 0.005f ? 0.0f : value + std::copysign(0.005f, value);
-    const auto hundredths = static_cast<long>(std::fabs(static_cast<double>(rounded)) * 100.0);
-    const std::string whole = std::to_string(hundredths / 100);
-    const std::string fraction = std::to_string(100 + hundredths % 100).substr(1);
-    const std::size_t room = whole.size() < 5 ? 2 : 6 - whole.size();
-    std::string result(1, rounded < 0.0f ? '-' : ' ');
-    return result.append(whole).append(".").append(fraction, 0, room);
+    const double rounded = std::fabs(value) < 0.005f ? 0.0f : value + std::copysign(0.005f, value);
+    char text[16];
+    std::snprintf(text, sizeof text, "% .2f", std::trunc(rounded * 100.0) / 100.0);
+    return std::string(text).substr(0, 8);
 }
 
 }  // namespace
