@@ -48,8 +48,7 @@ TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyWhereOneAsksForIt)
     const std::map<VstInt32, VstIntPtr> answers{{3, 2},     {22, 0x4E764566}, {26, 1}, {29, 1},    {35, 1},
                                                 {45, 1},    {47, 1},          {48, 1}, {49, 1000}, {56, 1},
                                                 {58, 2400}, {63, -1},         {73, 2}};
-    const std::map<VstInt32, std::string> texts{//
-                                                {5, "Init 3"},
+    const std::map<VstInt32, std::string> texts{{5, "Init 3"},
                                                 {6, ""},
                                                 {7, " 8.42"},
                                                 {8, "Sense"},
@@ -69,8 +68,7 @@ TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyWhereOneAsksForIt)
         const VstIntPtr answer = plugin.dispatch(opcode, 1, 2, buffer.data(), 48000.0f);
         EXPECT_EQ(answer, answers.contains(opcode) ? answers.at(opcode) : 0);
         if (opcode != effGetParameterProperties) {
-            EXPECT_EQ(texts.contains(opcode) ? buffer.c_str() : buffer,
-                      texts.contains(opcode) ? texts.at(opcode) : untouched);
+            EXPECT_EQ(buffer.c_str(), texts.contains(opcode) ? texts.at(opcode) : untouched);
         }
     }
     EXPECT_TRUE(hostCalls.empty());
@@ -124,34 +122,24 @@ TEST(AudioEffect, TurnsEveryEntryOfTheRecordIntoItsOperation)
     EXPECT_EQ(other->dispatcher(other, effClose, 0, 0, nullptr, 0.0f), 1);
 }
 
-TEST(AudioEffect, SettersReachTheirFlagsAndFields)
+TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
 {
-    BareEffect effect;
-    const AEffect& r = *effect.getAeffect();
-    using X = AudioEffectX;
-    void (X::*const setters[])(bool) = {&X::__hasClipDeprecated,
-                                        &X::__hasVuDeprecated,
-                                        &X::__canMonoDeprecated,
-                                        &X::canProcessReplacing,
-                                        &X::programsAreChunks,
-                                        &X::isSynth,
-                                        &X::noTail,
-                                        &X::__wantAsyncOperationDeprecated,
-                                        &X::__hasExternalBufferDeprecated,
-                                        &X::canDoubleReplacing};
-    const VstInt32 flags[] = {2, 4, 8, 16, 32, 256, 512, 1024, 2048, 4096};
-    effect.canProcessReplacing(false);
-    for (int i = 0; i < 10; ++i) {
-        const auto setter = setters[i];
-        (effect.*setter)(true);
-        EXPECT_EQ(r.flags, flags[i]);
-        (effect.*setter)(false);
+    const Plugin plugin;
+    AEffect& r = *plugin.record;
+    const std::pair<int, VstInt32> flags[] = {{47, 2},   {46, 4},   {48, 8},     {26, 16},    {28, 32},
+                                              {89, 256}, {90, 512}, {137, 1024}, {138, 2048}, {27, 4096}};
+    r.flags = 0;
+    for (const auto& [slot, flag] : flags) {
+        plugin.call<void>(slot, true);
+        EXPECT_EQ(r.flags, flag);
+        plugin.call<void>(slot, false);
         EXPECT_EQ(r.flags, 0);
     }
-    effect.setInitialDelay(14);
-    effect.__setRealtimeQualitiesDeprecated(15);
-    effect.__setOfflineQualitiesDeprecated(16);
-    EXPECT_EQ((std::vector{r.initialDelay, r.realQualities, r.offQualities}), (std::vector{14, 15, 16}));
+    for (const int slot : {23, 24, 25, 29, 49, 50})
+        plugin.call<void>(slot, slot);
+    EXPECT_EQ(
+        (std::vector{r.uniqueID, r.numInputs, r.numOutputs, r.initialDelay, r.realQualities, r.offQualities}),
+        (std::vector{23, 24, 25, 29, 49, 50}));
 }
 
 TEST(AudioEffectX, AsksForMidiEventsOnlyAsASynthOrWhenItCanReceiveThem)

@@ -26,26 +26,20 @@ TEST(HostCalls, SendTheirOpcodeWithTheirArgumentsAndGiveTheHostsAnswer)
     };
     hostAnswer = 7;
     hostCalls.clear();
-    for (const auto& [slot, opcode] : {Row{34, 1},
-                                       {35, 2},
-                                       {63, 17},
-                                       {64, 18},
-                                       {65, 19},
-                                       {76, 23},
-                                       {77, 24},
-                                       {85, 34},
-                                       {88, 38},
-                                       {127, 11},
-                                       {128, 12},
-                                       {136, 22}})
+    const Row numbers[] = {{34, 1},  {35, 2},  {63, 17}, {64, 18},  {65, 19},  {76, 23},
+                           {77, 24}, {85, 34}, {88, 38}, {127, 11}, {128, 12}, {136, 22}};
+    const Row pointers[] = {{92, 41}, {142, 49}, {143, 31}};
+    const Row bools[] = {{61, 13}, {106, 42}, {131, 14}};
+    const Row boolsOfAPointer[] = {{83, 32}, {84, 33}, {108, 45}, {109, 46}, {145, 40}, {152, 48}};
+    for (const auto& [slot, opcode] : numbers)
         expect(p.call<I>(slot), 7, {e, opcode});
+    for (const auto& [slot, opcode] : pointers)
+        expect(p.call<VstIntPtr>(slot), 7, {e, opcode});
+    for (const auto& [slot, opcode] : bools)
+        expect(p.call<bool>(slot), 1, {e, opcode});
     for (const auto& [slot, opcode] : {Row{118, 28}, {119, 29}})
         expect(p.call<I>(slot), 1, {e, opcode});
-    for (const auto& [slot, opcode] : {Row{61, 13}, {106, 42}, {131, 14}})
-        expect(p.call<bool>(slot), 1, {e, opcode});
-    for (const auto& [slot, opcode] : {Row{92, 41}, {142, 49}, {143, 31}})
-        expect(p.call<VstIntPtr>(slot), 7, {e, opcode});
-    for (const auto& [slot, opcode] : {Row{83, 32}, {84, 33}, {108, 45}, {109, 46}, {145, 40}, {152, 48}})
+    for (const auto& [slot, opcode] : boolsOfAPointer)
         expect(p.call<bool>(slot, at), 1, {e, opcode, 0, 0, at});
     for (const auto& [slot, opcode] : {Row{54, 43}, {55, 44}})
         expect(p.call<bool>(slot, I{4}), 1, {e, opcode, 4});
