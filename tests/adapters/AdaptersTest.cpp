@@ -7,8 +7,8 @@
 #include <lilv/lilv.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <fstream>
-#include <limits>
 #include <map>
 #include <memory>
 
@@ -58,8 +58,7 @@ using Adapters = Lv2;
 // resumes the VST 2.4 effect or tells it a block size.
 TEST_F(Adapters, SoundAsTheBundleAndAllocateNothingWhateverTheHostDoes)
 {
-    std::mt19937 random(7);
-    const auto oneIn = [&random](unsigned n) { return random() % n == 0; };
+    Chance chance{std::mt19937(7)};
     const std::vector<double> source = strokes(1 << 16, 6000);
     const Plugin bundle, vst24{makeVst24(hostCallback)};
     bundle.setRate(48000.0f);
@@ -72,30 +71,30 @@ TEST_F(Adapters, SoundAsTheBundleAndAllocateNothingWhateverTheHostDoes)
     for (int block = 0; block < 400; ++block) {
         for (int index = 0; index < 7; ++index) {
             const bool isSwitch = index % 5 == 0;
-            if (block == 0 || oneIn(isSwitch ? 8 : 3))
-                controls[index] = static_cast<float>(random() % 1001) / 1000.0f;
+            if (block == 0 || chance.oneIn(isSwitch ? 8 : 3))
+                controls[index] = chance.share();
             if (isSwitch)
                 controls[index] = std::round(controls[index]);
             bundle.set(index, controls[index]);
             vst24.set(index, controls[index]);
         }
-        const int lengths[] = {0, 1, 2, 63, 1024, 8192, 20000, static_cast<int>(random() % 700)};
-        const int length = lengths[random() % 8];
-        const auto start = source.begin() + random() % 40000;
+        const int length = chance.pick(std::array{0, 1, 2, 63, 333, 1024, 8192, 20000});
+        const auto start = source.begin() + chance.random() % 40000;
         std::vector<float> input(start, start + length);
-        if (length > 0 && oneIn(20))
-            input[random() % input.size()] = oneIn(2) ? std::numeric_limits<float>::max() : NAN;
+        if (length > 0 && chance.oneIn(20))
+            input[chance.random() % input.size()] = chance.pick(std::array{FLT_MAX, NAN});
         std::vector<double> wide(input.begin(), input.end());
         if (length == 0)
             bundle.process(nullptr, 0);
         bundle.process(wide, 8192);
         std::vector<float> expected;
         for (const double sample : wide)
-            expected.push_back(static_cast<float>(std::clamp(sample, -0x1.fffffep127, 0x1.fffffep127)));
+            expected.push_back(static_cast<float>(std::clamp<double>(sample, -FLT_MAX, FLT_MAX)));
 
         std::vector<float> ofVst24 = input, ofLv2 = input;  // every other block in place
         float* const outputs[] = {ofVst24.data(), ofLv2.data()};
-        float* const inputs[] = {oneIn(2) ? outputs[0] : input.data(), oneIn(2) ? outputs[1] : input.data()};
+        float* const inputs[] = {chance.oneIn(2) ? outputs[0] : input.data(),
+                                 chance.oneIn(2) ? outputs[1] : input.data()};
         const std::size_t before = Allocations::count;
         vst24.record->processReplacing(vst24.record, const_cast<float**>(inputs),
                                        const_cast<float**>(outputs), length);
@@ -115,7 +114,7 @@ TEST(Vst24, GivesNoEffectWithoutAHostThatWorks)
 
 TEST_F(Lv2, TakesTheRatesOfTheEffectAndForgetsEverythingWhenActivated)
 {
-    for (const double rate : {62.4, 3072001.0, -48000.0, std::numeric_limits<double>::quiet_NaN()})
+    for (const double rate : {62.4, 3072001.0, -48000.0, double{NAN}})
         EXPECT_EQ(instance(rate), nullptr) << rate;
     const std::vector<double> signal = noise(2000);
     for (const double rate : {62.5, 48000.0, 3072000.0}) {

@@ -14,6 +14,9 @@ namespace
 
 enum { kOnOff, kSense, kReso, kRange, kBalance, kInvert, kEnvelope };
 
+constexpr float kRates[] = {22050.0f, 32000.0f,  44100.0f,  48000.0f, 88200.0f,
+                            96000.0f, 176400.0f, 192000.0f, 62.5f,    3072000.0f};
+
 // An effect and the reference, whose host does the same to both.
 struct Twins {
     void set(VstInt32 index, float value)
@@ -57,71 +60,80 @@ struct Twins {
     ReferenceWail reference;
 };
 
-}  // namespace
+// Everything that a host may do to an effect between blocks. extreme: whether parameters are often at their end.
+void playTheHost(Chance& chance, Twins& twins, bool extreme)
+{
+    const float odd[] = {0.5f, NAN};  // of a switch
+    for (VstInt32 index = 0, count = chance.oneIn(3) ? 0 : 7; index < count; ++index) {
+        const bool isSwitch = index == kOnOff || index == kInvert;
+        if (isSwitch && chance.oneIn(6))
+            twins.set(index, chance.oneIn(8) ? chance.pick(odd) : static_cast<float>(chance.oneIn(2)));
+        else if (!isSwitch && chance.oneIn(2))
+            twins.set(index, extreme && chance.oneIn(2) ? 1.0f : chance.share());
+    }
+    const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
+    if (chance.oneIn(20))
+        twins.set(chance.pick(std::array{kSense, kReso, kRange, kBalance, kEnvelope}), chance.pick(wild));
+    if (chance.oneIn(40))
+        twins.resume();
+    if (chance.oneIn(50))
+        twins.setProgram(chance.random() % 4);
+    if (chance.oneIn(60))
+        twins.setRate(chance.pick(kRates));
 
-// Everything that a host may do between blocks, in every order that chance brings, with a neighbour beside it.
-TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
+    // Nobody hears these.
+    const float noRates[] = {0.0f, -48000.0f, 62.4f, 3072001.0f, INFINITY, NAN};
+    const VstInt32 silent[] = {effStopProcess, effStartProcess, effMainsChanged, effSetBlockSize};
+    if (chance.oneIn(40))
+        twins.plugin.setRate(chance.pick(noRates));
+    if (chance.oneIn(20))
+        twins.plugin.dispatch(chance.pick(silent));
+    if (chance.oneIn(20))
+        twins.plugin.process(nullptr, -5);
+}
+
+// A block from the source, at the level or far below, now and then with what is no sound.
+std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, double level)
 {
     const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
-    const float rates[] = {22050.0f, 32000.0f,  44100.0f,  48000.0f, 88200.0f,
-                           96000.0f, 176400.0f, 192000.0f, 62.5f,    3072000.0f};
-    const float noRates[] = {0.0f, -48000.0f, 62.4f, 3072001.0f, INFINITY, NAN};
-    const float odd[] = {0.5f, NAN};  // of a switch
-    const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
     const double hostile[] = {1e308, 2e307, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
-    const VstInt32 silent[] = {effStopProcess, effStartProcess, effMainsChanged, effSetBlockSize};
+    const int length = chance.oneIn(5) ? static_cast<int>(chance.random() % 700) : chance.pick(lengths);
+    const auto start = source.begin() + chance.random() % (source.size() - 4096);
+    if (chance.oneIn(4))
+        level = std::pow(10.0, -static_cast<double>(chance.random() % 330));
+    std::vector<double> block;
+    std::transform(start, start + length, std::back_inserter(block), [level](double x) { return level * x; });
+    if (length > 0 && chance.oneIn(30)) {
+        const double value = chance.pick(hostile);
+        for (std::size_t i = chance.random() % block.size(); i < block.size() && !chance.oneIn(200); ++i)
+            block[i] = chance.oneIn(2) ? value : -value;
+    }
+    return block;
+}
+
+}  // namespace
+
+// Whatever chance brings, with a neighbour beside it.
+TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
+{
     for (unsigned seed = 0; seed < 24; ++seed) {
-        std::mt19937 random(seed);
-        const auto oneIn = [&random](unsigned n) { return random() % n == 0; };
-        const auto pick = [&random](const auto& values) { return values[random() % std::size(values)]; };
-        const auto share = [&random] { return static_cast<float>(random() % 1001) / 1000.0f; };
+        Chance chance{std::mt19937(seed)};
         const std::vector<double> source = strokes(1 << 16, 6000, seed + 1);
+        const bool loud = seed % 3 == 0;  // enough to drive the delay below one sample
         const Plugin neighbour;
         Twins twins;
         twins.set(kInvert, seed % 2 == 0 ? 0.0f : 1.0f);
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy, until there is a rate
-        twins.setRate(rates[seed % 8]);
+        twins.setRate(kRates[seed % 8]);
         for (int block = 0; block < 300; ++block) {
-            for (VstInt32 index = 0, count = oneIn(3) ? 0 : 7; index < count; ++index) {
-                const bool isSwitch = index == kOnOff || index == kInvert;
-                if (isSwitch && oneIn(6))
-                    twins.set(index, oneIn(8) ? pick(odd) : static_cast<float>(random() % 2));
-                else if (!isSwitch && oneIn(2))
-                    twins.set(index, seed % 3 == 0 && oneIn(2) ? 1.0f : share());
-            }
-            if (oneIn(20))  // far beyond the range, and no number at all
-                twins.set(std::array{kSense, kReso, kRange, kBalance, kEnvelope}[random() % 5], pick(wild));
-            if (oneIn(40))
-                twins.resume();
-            if (oneIn(50))
-                twins.setProgram(random() % 4);
-            if (oneIn(60))
-                twins.setRate(pick(rates));
-            if (oneIn(40))  // nobody hears these
-                twins.plugin.setRate(pick(noRates));
-            if (oneIn(20))
-                twins.plugin.dispatch(pick(silent));
-            if (oneIn(20))
-                twins.plugin.process(nullptr, -5);
-            const int length = oneIn(5) ? static_cast<int>(random() % 700) : pick(lengths);
-            const auto start = source.begin() + random() % (source.size() - 4096);
-            std::vector<double> input(start, start + length);
-            const double level = oneIn(4)        ? std::pow(10.0, -static_cast<double>(random() % 330))
-                                 : seed % 3 == 0 ? 8.0  // enough to drive the delay below one sample
-                                                 : 1.0;
-            for (double& sample : input)
-                sample *= level;
-            if (length > 0 && oneIn(30)) {
-                const double value = pick(hostile);
-                for (std::size_t i = random() % input.size(); i < input.size() && !oneIn(200); ++i)
-                    input[i] = oneIn(2) ? value : -value;
-            }
-            neighbour.set(static_cast<VstInt32>(random() % 7), share());
-            if (oneIn(60))
-                neighbour.setRate(pick(rates));
+            playTheHost(chance, twins, loud);
+            const std::vector<double> input = blockOf(chance, source, loud ? 8.0 : 1.0);
+            neighbour.set(static_cast<VstInt32>(chance.random() % 7), chance.share());
+            if (chance.oneIn(60))
+                neighbour.setRate(chance.pick(kRates));
             std::vector<double> others = input;
             neighbour.process(others);
-            ASSERT_TRUE(twins.agreeOn(input, oneIn(2))) << "seed " << seed << ", block " << block;
+            ASSERT_TRUE(twins.agreeOn(input, chance.oneIn(2))) << "seed " << seed << ", block " << block;
         }
     }
 }

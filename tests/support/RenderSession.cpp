@@ -18,7 +18,7 @@ namespace
 std::vector<double> renderSession()
 {
     const Plugin plugin;
-    std::mt19937 random(43);
+    Chance chance{std::mt19937(43)};
     std::vector<double> session;
     for (const float rate : {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
         plugin.setRate(rate);
@@ -26,15 +26,15 @@ std::vector<double> renderSession()
         double level = 1.0;
         for (double& sample : samples) {
             sample *= level;
-            level = random() % 8192 == 0 ? 1.0 : level * 0.999;
+            level = chance.oneIn(8192) ? 1.0 : level * 0.999;
         }
         for (std::size_t at = 0; at < samples.size();) {
-            const auto index = static_cast<VstInt32>(random() % 7);
-            const float value = static_cast<float>(random() % 1001) / 1000.0f;
-            plugin.set(index, index == 0 || index == 5 ? static_cast<float>(value > 0.5f) : value);
-            if (random() % 50 == 0)
-                plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(random() % 16));
-            const std::size_t length = std::min<std::size_t>(random() % 128, samples.size() - at);
+            const auto index = static_cast<VstInt32>(chance.random() % 7);
+            const float value = chance.share();
+            plugin.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
+            if (chance.oneIn(50))
+                plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(chance.random() % 16));
+            const std::size_t length = std::min<std::size_t>(chance.random() % 128, samples.size() - at);
             plugin.process(samples.data() + at, static_cast<VstInt32>(length));
             at += length;
         }

@@ -2,8 +2,23 @@
 
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <random>
 #include <vector>
+
+// What comes by chance, the same for the same seed on every machine.
+struct Chance {
+    bool oneIn(unsigned n) { return random() % n == 0; }
+    float share() { return static_cast<float>(random() % 1001) / 1000.0f; }  // 0 .. 1
+
+    template <typename Values>
+    auto pick(const Values& values)
+    {
+        return values[random() % std::size(values)];
+    }
+
+    std::mt19937 random;
+};
 
 // White noise of the given peak, the same for the same seed on every machine.
 inline std::vector<double> noise(std::size_t length, double peak = 1.0, unsigned seed = 1)
