@@ -76,20 +76,16 @@ TEST(Parameters, ShowSwitchesAsWordsAndNumbersInTenths)
 TEST(Parameters, DescribeThemselvesInExactly152Bytes)
 {
     const Plugin plugin;
-    struct {
-        VstParameterProperties properties;
-        char canary[8];
-    } answer;
+    std::string answer;
     for (VstInt32 i = 0; i < 7; ++i) {
-        std::memset(&answer, '#', sizeof answer);
-        EXPECT_EQ(plugin.dispatch(effGetParameterProperties, i, 0, &answer), 1);
         VstParameterProperties expected{};
         expected.flags = kSwitches[i] ? 1 : 4;
         expected.stepFloat = kSwitches[i] ? 0.0f : 0.01f;
-        EXPECT_EQ(std::memcmp(&answer.properties, &expected, 152), 0) << kNames[i];
-        EXPECT_EQ(std::string(answer.canary, 8), "########");
+        answer.assign(160, '#');
+        EXPECT_EQ(plugin.dispatch(effGetParameterProperties, i, 0, answer.data()), 1);
+        EXPECT_EQ(answer, std::string(reinterpret_cast<char*>(&expected), 152) + "########") << kNames[i];
     }
     for (const VstInt32 index : {-1, 7})
-        EXPECT_EQ(plugin.dispatch(effGetParameterProperties, index, 0, &answer), 0);
+        EXPECT_EQ(plugin.dispatch(effGetParameterProperties, index, 0, answer.data()), 0);
     EXPECT_EQ(plugin.dispatch(effGetParameterProperties, 0, 0, nullptr), 0);
 }

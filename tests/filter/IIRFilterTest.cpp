@@ -88,13 +88,7 @@ TEST(IIRFilter, EveryOtherTypeIsAOnePoleThatIsMinusThreeDecibelsAtItsCorner)
         filterPrm_tag prm = section(type);
         EXPECT_NEAR(gainAt(prm, 0.0), 1.0, 1e-12);
         EXPECT_NEAR(gainAt(prm, 1000.0), std::pow(10.0, -3.0 / 20.0), 1e-8);
-
-        IIRFilter filter(&prm);
-        EXPECT_EQ(filter.sections, 0);
-        double sample = 1.0;
-        filter.iirProcessing(&sample);
-        EXPECT_EQ(sample, filter.coef.fb1);
-        EXPECT_EQ(filter.coef.b0 + filter.coef.fb1, 1.0);
+        EXPECT_EQ(IIRFilter(&prm).sections, 0);
     }
 }
 

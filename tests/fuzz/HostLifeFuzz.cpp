@@ -3,6 +3,7 @@
 // exactly as long as the interface allows it to be used, so that the address sanitizer sees each byte beyond.
 
 #include "host/VstRecords.h"
+#include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -46,8 +47,7 @@ class Life
 public:
     Life(AEffect* record, FuzzedDataProvider& bytes) : plugin(record), in(bytes)
     {
-        for (auto& program : values)
-            program = {1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f};
+        values.fill({1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f});
         names.fill("Init");
     }
     ~Life() { plugin.call<bool>(112, &arrangement); }
@@ -114,7 +114,7 @@ private:
     {
         const std::string name = text();
         names[plugin.dispatch(effGetProgram)] = name.substr(0, 23);
-        plugin.dispatch(effSetProgramName, 0, 0, std::string(name).data());
+        plugin.rename(name);
     }
 
     void setParameter()
@@ -193,11 +193,8 @@ private:
             in.ConsumeIntegralInRange(-1, 254) * (in.ConsumeIntegralInRange(0, 15) == 0 ? 20 : 1);
         const std::size_t length = std::max(frames, 0);
         const double level = in.ConsumeBool() ? 1.0 : number();
-        std::vector<double> input(length), output(length);
-        std::uint32_t random = in.ConsumeIntegral<std::uint8_t>();
-        for (double& sample : input)
-            sample =
-                level * (static_cast<double>(random = random * 1664525u + 1013904223u) / 2147483648.0 - 1.0);
+        std::vector<double> input = noise(length, level, in.ConsumeIntegral<std::uint8_t>());
+        std::vector<double> output(length);
         if (length > 0 && in.ConsumeBool())
             input[in.ConsumeIntegralInRange<std::size_t>(0, length - 1)] =
                 std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());

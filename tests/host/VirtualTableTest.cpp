@@ -2,26 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <array>
+#include <bit>
 
 namespace
 {
 
-// The place of a virtual operation in its object's table. A pointer to it holds the offset there, and one
+// The places of virtual operations in their objects' table. A pointer to one holds the offset there, and one
 // bit that says so, in its first word or (AArch64) its second.
-template <typename Operation>
-std::size_t placeOf(Operation operation)
+template <typename... Operations>
+std::vector<std::size_t> placesOf(Operations... operations)
 {
-    std::uintptr_t words[2];
-    static_assert(sizeof operation == sizeof words);
-    std::memcpy(words, &operation, sizeof words);
-    return (words[0] & ~std::uintptr_t{1}) / sizeof(void*);
-}
-
-template <auto... operations>
-std::vector<std::size_t> placesOf()
-{
-    return {placeOf(operations)...};
+    return {(std::bit_cast<std::array<std::uintptr_t, 2>>(operations)[0] & ~std::uintptr_t{1}) /
+            sizeof(void*)...};
 }
 
 }  // namespace
@@ -33,7 +26,7 @@ TEST(VirtualTable, HoldsEveryOperationInItsPlace)
     using X = AudioEffectX;
     using K = K_TypeBase;
     // clang-format off
-    const std::vector<std::size_t> places = placesOf<
+    const std::vector<std::size_t> places = placesOf(
         &A::dispatcher, &A::open, &A::close, &A::suspend, &A::resume, &A::setSampleRate, &A::setBlockSize,
         &A::processReplacing, &A::processDoubleReplacing, &A::setParameter, &A::getParameter,
         &A::setParameterAutomated, &A::getProgram, &A::setProgram, &A::setProgramName, &A::getProgramName,
@@ -74,7 +67,7 @@ TEST(VirtualTable, HoldsEveryOperationInItsPlace)
 
         &K::getNumOfInJacks, &K::getNumOfOutJacks, &K::getNumOfInSig, &K::getNumOfOutSig, &K::getStartNumInSig,
         &K::getStartNumOutSig, &K::getDryInSigNum, &K::setListner, &K::getParameterDisplayOf, &K::getHeaderVersion,
-        &K::setTime, &Wail::setInvert>();
+        &K::setTime, &Wail::setInvert);
     // clang-format on
     for (std::size_t i = 0; i < places.size(); ++i)
         EXPECT_EQ(places[i], i + 2);
