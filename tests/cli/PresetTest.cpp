@@ -8,17 +8,13 @@ namespace
 
 using Preset = ProgramTest;
 
-std::string number(std::uint32_t value)
+// A 32-bit number as the files have it, the first byte first.
+std::string number(auto value)
 {
     std::string bytes;
     for (int shift = 24; shift >= 0; shift -= 8)
-        bytes += static_cast<char>(value >> shift);
+        bytes += static_cast<char>(std::bit_cast<std::uint32_t>(value) >> shift);
     return bytes;
-}
-
-std::string number(float value)
-{
-    return number(std::bit_cast<std::uint32_t>(value));
 }
 
 // Adds what every file begins with.

@@ -31,16 +31,17 @@ TEST_F(Render, GivesEveryChannelAnInstanceWhoseParametersMoveWithTheBlocks)
         const Plugin plugin;
         plugin.setRate(44100.0f);
         plugin.set(3, 1.0f);
-        std::vector<double> samples;
-        for (std::size_t i = channel; i < input.size(); i += 2)
+        std::vector<double> samples, rendered;
+        for (std::size_t i = channel; i < input.size(); i += 2) {
             samples.push_back(input[i]);
+            rendered.push_back(output[i]);
+        }
         for (int n = 0; n < 5000; n += 480) {
             plugin.set(1, static_cast<float>(0.25 + 0.5 * (n / 5000.0)));
             plugin.set(5, n >= 0.05 * 44100.0 && n < 4000 ? 1.0f : 0.0f);
             plugin.process(samples.data() + n, std::min(480, 5000 - n));
         }
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            ASSERT_EQ(output[2 * i + channel], samples[i]) << i;
+        EXPECT_EQ(rendered, samples);
     }
 }
 

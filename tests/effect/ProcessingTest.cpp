@@ -176,9 +176,8 @@ TEST(Processing, CombsWithTheDelayFeedbackAndMixThatItsFormulasGive)
         plugin.process(samples, 64);
         const double g = 0.250007629627369 + 0.5 * (0.935789056062502 - 0.250007629627369);
         EXPECT_DOUBLE_EQ(samples[64], 1e-7);
-        EXPECT_NEAR(samples[64 + delay] / 1e-7, -1.5, 1e-5);
-        EXPECT_NEAR(samples[64 + 2 * delay] / 1e-7, 1.5 * g, 1e-5);
-        EXPECT_NEAR(samples[64 + 3 * delay] / 1e-7, -1.5 * g * g, 1e-5);
+        for (unsigned echo = 1; echo < 7; ++echo)
+            EXPECT_NEAR(samples[64 + echo * delay] / 1e-7, -1.5 * std::pow(-g, echo - 1.0), 1e-5);
         EXPECT_NEAR(samples[64 + delay / 2], 0.0, 1e-12);
     }
 }
