@@ -14,8 +14,9 @@ namespace
 
 enum { kOnOff, kSense, kReso, kRange, kBalance, kInvert, kEnvelope };
 
-constexpr float kRates[] = {22050.0f, 32000.0f,  44100.0f,  48000.0f, 88200.0f,
-                            96000.0f, 176400.0f, 192000.0f, 62.5f,    3072000.0f};
+// Hz: the usual ones, one at which the delay is a sample or two, and the ends.
+constexpr float kRates[] = {22050.0f,  32000.0f,  44100.0f, 48000.0f, 88200.0f,  96000.0f,
+                            176400.0f, 192000.0f, 1000.0f,  62.5f,    3072000.0f};
 
 // An effect and the reference, whose host does the same to both.
 struct Twins {
@@ -76,7 +77,7 @@ void playTheHost(Chance& chance, Twins& twins, bool extreme)
         twins.set(chance.pick(std::array{kSense, kReso, kRange, kBalance, kEnvelope}), chance.pick(wild));
     if (chance.oneIn(40))
         twins.resume();
-    if (chance.oneIn(50))
+    if (chance.oneIn(80))
         twins.setProgram(chance.random() % 4);
     if (chance.oneIn(60))
         twins.setRate(chance.pick(kRates));
@@ -99,7 +100,7 @@ std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, d
     const double hostile[] = {1e308, 2e307, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
     const int length = chance.oneIn(5) ? static_cast<int>(chance.random() % 700) : chance.pick(lengths);
     const auto start = source.begin() + chance.random() % (source.size() - 4096);
-    if (chance.oneIn(4))
+    if (chance.oneIn(8))
         level = std::pow(10.0, -static_cast<double>(chance.random() % 330));
     std::vector<double> block;
     std::transform(start, start + length, std::back_inserter(block), [level](double x) { return level * x; });
@@ -124,7 +125,7 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         Twins twins;
         twins.set(kInvert, seed % 2 == 0 ? 0.0f : 1.0f);
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy, until there is a rate
-        twins.setRate(kRates[seed % 8]);
+        twins.setRate(kRates[seed % 9]);
         for (int block = 0; block < 300; ++block) {
             playTheHost(chance, twins, loud);
             const std::vector<double> input = blockOf(chance, source, loud ? 8.0 : 1.0);
