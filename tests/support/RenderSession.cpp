@@ -1,6 +1,7 @@
-// render_session OUT: renders one fixed session of a busy host through the bundle of this build and writes
-// its samples, as they lie in memory, to OUT.
-// render_session A B LIMIT: says how far two such files lie apart; exit status 1 beyond LIMIT, in full scale.
+// render_session FILE: renders one fixed session of a busy host through the bundle of this build and writes its
+// samples, as they lie in memory, to FILE.
+// render_session FILE LIMIT: renders it and says how far it lies from the one in FILE; exit status 1 beyond LIMIT,
+// in full scale, and 2 when there is no such session.
 
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 
 namespace
 {
@@ -43,38 +43,32 @@ std::vector<double> renderSession()
     return session;
 }
 
-std::vector<double> load(const char* path)
-{
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    const auto* const samples = reinterpret_cast<const double*>(bytes.data());
-    return {samples, samples + bytes.size() / sizeof(double)};
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    const std::vector<double> session = renderSession();
+    const auto size = static_cast<std::streamsize>(session.size() * sizeof(double));
     if (argc == 2) {
-        const std::vector<double> session = renderSession();
         std::ofstream file(argv[1], std::ios::binary);
-        file.write(reinterpret_cast<const char*>(session.data()),
-                   static_cast<std::streamsize>(session.size() * sizeof(double)));
+        file.write(reinterpret_cast<const char*>(session.data()), size);
         return file.flush() ? 0 : 1;
     }
-    if (argc != 4)
+    std::vector<double> other(session.size());
+    std::ifstream file(argc == 3 ? argv[1] : "", std::ios::binary);
+    if (!file.read(reinterpret_cast<char*>(other.data()), size) ||
+        file.peek() != std::ifstream::traits_type::eof())
         return 2;
-    const std::vector<double> one = load(argv[1]);
-    const std::vector<double> other = load(argv[2]);
     double peak = 0.0;
-    double apart = one.empty() || one.size() != other.size() ? INFINITY : 0.0;
+    double apart = 0.0;
     std::size_t differing = 0;
-    for (std::size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
-        peak = std::max(peak, std::fabs(one[i]));
-        differing += one[i] != other[i];
-        apart = std::max(apart, std::isfinite(one[i] - other[i]) ? std::fabs(one[i] - other[i]) : INFINITY);
+    for (std::size_t i = 0; i < session.size(); ++i) {
+        const double distance = std::fabs(session[i] - other[i]);
+        peak = std::max(peak, std::fabs(session[i]));
+        differing += session[i] != other[i];
+        apart = std::max(apart, std::isfinite(distance) ? distance : INFINITY);
     }
-    std::cout << differing << " of " << one.size() << " samples differ, by at most " << apart << "; peak "
+    std::cout << differing << " of " << session.size() << " samples differ, by at most " << apart << "; peak "
               << peak << '\n';
-    return apart <= std::stod(argv[3]) ? 0 : 1;
+    return apart <= std::stod(argv[2]) ? 0 : 1;
 }
