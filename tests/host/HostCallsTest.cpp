@@ -2,20 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
-struct Row {
-    int slot;
-    VstInt32 opcode;
-};
-
-}  // namespace
-
 // Through the slots, as the vendor's host reaches them. The host answers 7: as a truth value that is 1.
 TEST(HostCalls, SendTheirOpcodeWithTheirArgumentsAndGiveTheHostsAnswer)
 {
     using I = VstInt32;
+    using Row = std::pair<int, I>;  // slot and opcode
     const Plugin p;
     AEffect* const e = p.record;
     void* const at = &hostCalls;
