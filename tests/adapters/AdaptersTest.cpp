@@ -17,8 +17,8 @@ namespace
 
 AEffect* makeVst24(audioMasterCallback callback)
 {
-    static void* const library = loadLibrary(WAIL_VST24);
-    return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(dlsym(library, "VSTPluginMain"))(callback);
+    void* const make = dlsym(loadLibrary(WAIL_VST24), "VSTPluginMain");
+    return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(callback);
 }
 
 // A host of the built LV2 bundle and of nothing else. Ports: the parameters, then input and output.
@@ -72,9 +72,7 @@ TEST_F(Adapters, SoundAsTheBundleAndAllocateNothingWhateverTheHostDoes)
         for (int index = 0; index < 7; ++index) {
             const bool isSwitch = index % 5 == 0;
             if (block == 0 || chance.oneIn(isSwitch ? 8 : 3))
-                controls[index] = chance.share();
-            if (isSwitch)
-                controls[index] = std::round(controls[index]);
+                controls[index] = isSwitch ? static_cast<float>(chance.oneIn(2)) : chance.share();
             bundle.set(index, controls[index]);
             vst24.set(index, controls[index]);
         }

@@ -39,11 +39,6 @@ std::string bank(const std::string& first, const std::string& second)
                 first + second);
 }
 
-void store(const char* name, const std::string& bytes)
-{
-    std::ofstream(name, std::ios::binary) << bytes;
-}
-
 }  // namespace
 
 TEST_F(Preset, FilesHoldTheInterfacesBytesAndSurviveARoundTrip)
@@ -54,8 +49,8 @@ TEST_F(Preset, FilesHoldTheInterfacesBytesAndSurviveARoundTrip)
     EXPECT_EQ(contentOf("a.fxp"), program("Quack", 0.3f));
 
     const std::string foreign = program(std::string("Long name of 27 characters\0?", 28), 0.7f, 3);
-    store("foreign.fxp", foreign);
-    store("foreign.fxb", bank(program("Quack", 0.3f), foreign));
+    std::ofstream("foreign.fxp") << foreign;
+    std::ofstream("foreign.fxb") << bank(program("Quack", 0.3f), foreign);
     ASSERT_EQ(run("preset write -o again.fxp --preset foreign.fxp"), 0) << contentOf("err");
     ASSERT_EQ(run("preset write -o again.fxb --bank foreign.fxb"), 0) << contentOf("err");
     EXPECT_EQ(contentOf("again.fxp"), contentOf("foreign.fxp"));
@@ -65,8 +60,8 @@ TEST_F(Preset, FilesHoldTheInterfacesBytesAndSurviveARoundTrip)
 TEST_F(Preset, EveryWayToTheSameParametersGivesTheSameSamples)
 {
     write("in.wav", strokes(20000, 5000), 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE);
-    store("a.fxp", program("Quack", 0.3f));
-    store("a.fxb", bank(program("Other", 0.9f), program("Quack", 0.3f)));
+    std::ofstream("a.fxp") << program("Quack", 0.3f);
+    std::ofstream("a.fxb") << bank(program("Other", 0.9f), program("Quack", 0.3f));
     std::ofstream("a.json") << R"({"Sense": 0.3, "envelope": {"0s": 0.125}})";
     ASSERT_EQ(run("render in.wav -o options.wav --sense 0.3 --envelope 0.125"), 0);
     for (const char* const way : {"--preset a.fxp", "--bank a.fxb", "--bank a.fxb --program 2",
@@ -89,14 +84,14 @@ TEST_F(Preset, DamagedAndForeignFilesAreRefused)
           with(4, number(75u)), with(4, number(0xffffffffu)), with(8, "FxBk"), with(8, "FPCh"),
           with(16, "WAIT"), with(24, number(8u)), with(24, number(0x7fffffffu)), with(24, number(0u)),
           with(56, number(1.5f)), with(56, number(-0.5f)), with(56, number(0x7fc00000u))}) {
-        store("bad.fxp", bad);
+        std::ofstream("bad.fxp") << bad;
         expectFailure(1, "$W preset write --preset bad.fxp -o out.wav.fxp");
     }
     const std::string pair = bank(good, good);
     for (const std::string& bad :
          {pair.substr(0, pair.size() - 1), std::string(pair).replace(24, 4, number(3u)),
           std::string(pair).replace(24, 4, number(17u)), bank(good, good + "x"), good}) {
-        store("bad.fxb", bad);
+        std::ofstream("bad.fxb") << bad;
         expectFailure(1, "$W preset show bad.fxb");
     }
 }

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cfenv>
 #include <cfloat>
 
@@ -53,8 +52,7 @@ struct Twins {
         plugin.record->processDoubleReplacing(plugin.record, &from, &to, static_cast<VstInt32>(input.size()));
         EXPECT_EQ(Allocations::count, before);
         EXPECT_TRUE(std::ranges::all_of(output, [](double x) { return std::isnormal(x) || x == 0.0; }));
-        const auto bits = [](double sample) { return std::bit_cast<std::uint64_t>(sample); };
-        return std::ranges::equal(output, expected, {}, bits, bits);
+        return std::ranges::equal(output, expected, {}, bitsOf, bitsOf);
     }
 
     const Plugin plugin;
@@ -150,16 +148,15 @@ TEST(Processing, FindsAnOverflowHoweverLateItComes)
             for (const VstInt32 index : {kSense, kRange, kReso, kInvert})
                 twins.set(index, index == kReso || index == kInvert ? 1.0f : 0.0f);
             twins.setRate(48000.0f);
-            std::vector<double> steady(kBlock), square(kBlock);
+            std::vector<double> steady(kBlock), square(kBlock), silence(kBlock);
             for (std::size_t i = 0; i < kBlock; ++i)
                 steady[i] = i % 2 == 0 ? -1.0 : 1.0;  // sets the delay, to 37 samples in the end
             for (std::size_t i = 0; i < 511; ++i)
                 square[start + i] = i / 37 % 2 == 0 ? -peak : peak;
-            for (int block = 0; block < 60; ++block)
-                ASSERT_TRUE(twins.agreeOn(block < 50    ? steady
-                                          : block == 50 ? square
-                                                        : std::vector<double>(kBlock)))
-                    << peak << " block " << block;
+            for (int block = 0; block < 60; ++block) {
+                const std::vector<double>& input = block < 50 ? steady : block == 50 ? square : silence;
+                ASSERT_TRUE(twins.agreeOn(input)) << peak << " block " << block;
+            }
         }
     }
 }
@@ -191,9 +188,8 @@ TEST(Processing, SwitchesFadeOutAndInOverSixteenMilliseconds)
             const Plugin plugin;
             plugin.set(kBalance, 0.0f);
             plugin.setRate(rate);
-            std::vector<double> samples(2000, 1.0);
-            plugin.process(samples);
-            samples.assign(2000, 1.0);
+            std::vector<double> before(64, 1.0), samples(2000, 1.0);
+            plugin.process(before);
             plugin.set(index, index == kOnOff ? 0.0f : 1.0f);
             plugin.process(samples, 100);
             for (int k = 0; k < 2000; ++k)

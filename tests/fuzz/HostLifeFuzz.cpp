@@ -21,11 +21,6 @@
 namespace
 {
 
-bool sameBits(double a, double b)
-{
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-
 // Operations of the table by where they take a pointer, counted from their first argument.
 const std::set<int> kPointerFirst{21,  22,  59,  60,  68,  78,  81,  83,  84,  87,  98,  108, 109,
                                   110, 115, 116, 117, 120, 121, 122, 144, 145, 147, 152, 160};
@@ -63,7 +58,7 @@ public:
         const VstIntPtr program = plugin.dispatch(effGetProgram);
         assert(program >= 0 && program < 16);
         for (VstInt32 i = 0; i < 7; ++i)
-            assert(sameBits(plugin.get(i), values[program][i]));
+            assert(bitsOf(plugin.get(i)) == bitsOf(values[program][i]));
         for (VstInt32 i = 0; i < 16; ++i) {
             char name[kVstMaxProgNameLen];
             plugin.dispatch(effGetProgramNameIndexed, i, 0, name);
@@ -196,8 +191,8 @@ private:
         double* to = in.ConsumeBool() ? output.data() : input.data();
         plugin.record->processDoubleReplacing(plugin.record, &from, &to, frames);
         for (std::size_t i = 0; i < length; ++i) {
-            assert(hasRate ? std::isnormal(to[i]) || to[i] == 0.0 : sameBits(to[i], original[i]));
-            assert(to == from || sameBits(from[i], original[i]));
+            assert(hasRate ? std::isnormal(to[i]) || to[i] == 0.0 : bitsOf(to[i]) == bitsOf(original[i]));
+            assert(to == from || bitsOf(from[i]) == bitsOf(original[i]));
         }
     }
 

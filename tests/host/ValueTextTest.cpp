@@ -12,12 +12,11 @@ namespace
 // Slots of the helpers in the effect's table.
 enum Helper { kDecibels = 39, kHertz, kMilliseconds, kFloat, kInteger };
 
-template <typename Value>
-std::string text(Helper helper, Value value, VstInt32 maxLen = 8)
+std::string text(Helper helper, auto value, VstInt32 maxLen = 8)
 {
     static const Plugin plugin;
     char buffer[] = "0123456789abcdef";
-    plugin.call<void, Value, char*, VstInt32>(helper, value, buffer, maxLen);
+    plugin.call<void>(helper, value, buffer, maxLen);
     EXPECT_EQ(buffer[maxLen + 1], "0123456789abcdef"[maxLen + 1]);  // never behind the terminator
     return buffer;
 }
@@ -56,9 +55,7 @@ TEST(ValueText, RoundsThousandsOfValuesHalfAwayFromZero)
     for (int i = 0; i < 20000; ++i) {
         const float magnitude = std::pow(10.0f, static_cast<float>(random() % 9000) / 1000.0f - 3.0f);
         const float value = random() % 2 == 0 ? magnitude : -magnitude;
-        if (magnitude < 999999.0f) {
-            ASSERT_EQ(text(kFloat, value), expectedText(value)) << value;
-        }
+        ASSERT_EQ(text(kFloat, value), expectedText(value)) << value;
     }
     for (int hundredths = -2000; hundredths <= 2000; ++hundredths) {
         const float half = static_cast<float>(hundredths) / 200.0f;

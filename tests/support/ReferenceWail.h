@@ -121,9 +121,9 @@ private:
         if (wasFadingIn && invert.state == 0 && pInvert != applied && !std::isnan(pInvert))
             invert.state = 1;
 
-        const double level = std::fabs(glided(0) * highpass.run(shelf.run(x) * 1.584893192));
-        const double limited = level > 1.0 ? 1.0 : level;
-        envelope = envelope > limited ? release * envelope : limited;
+        const double detected = glided(0) * highpass.run(shelf.run(x) * 1.584893192);
+        const double level = std::min(std::fabs(detected), 1.0);
+        envelope = envelope > level ? release * envelope : level;
         smoothed = pole * smoothed + (1.0 - pole) * envelope;
         const double p = base + depth * ((applied == 1.0f ? smoothed : 0.0 - smoothed) * glided(1));
 

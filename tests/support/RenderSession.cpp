@@ -59,8 +59,7 @@ int main(int argc, char** argv)
     if (!file.read(reinterpret_cast<char*>(other.data()), size) ||
         file.peek() != std::ifstream::traits_type::eof())
         return 2;
-    double peak = 0.0;
-    double apart = 0.0;
+    double peak = 0.0, apart = 0.0;
     std::size_t differing = 0;
     for (std::size_t i = 0; i < session.size(); ++i) {
         const double distance = std::fabs(session[i] - other[i]);

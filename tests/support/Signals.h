@@ -1,7 +1,9 @@
 #pragma once
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <random>
 #include <vector>
@@ -10,15 +12,16 @@
 struct Chance {
     bool oneIn(unsigned n) { return random() % n == 0; }
     float share() { return static_cast<float>(random() % 1001) / 1000.0f; }  // 0 .. 1
-
-    template <typename Values>
-    auto pick(const Values& values)
-    {
-        return values[random() % std::size(values)];
-    }
+    auto pick(const auto& values) { return values[random() % std::size(values)]; }
 
     std::mt19937 random;
 };
+
+// By which samples are compared where 0 and -0 differ and a NaN is itself.
+inline std::uint64_t bitsOf(double sample)
+{
+    return std::bit_cast<std::uint64_t>(sample);
+}
 
 // White noise of the given peak, the same for the same seed on every machine.
 inline std::vector<double> noise(std::size_t length, double peak = 1.0, unsigned seed = 1)
