@@ -108,6 +108,7 @@ private:
         }
     };
 
+    // The output for the input x at sample n of the block.
     double sample(double x, double n)
     {
         const float pOnOff = programs[program][0], pInvert = programs[program][5];
