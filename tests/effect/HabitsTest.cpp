@@ -11,12 +11,28 @@
 #include <filesystem>
 #include <thread>
 
+namespace
+{
+
+// A setting of its own for each program and parameter, and a name.
+void fillPrograms(const Plugin& plugin, Chance& chance)
+{
+    for (VstInt32 program = 0; program < 16; ++program) {
+        plugin.dispatch(effSetProgram, 0, program);
+        plugin.rename(std::to_string(chance.random()));
+        for (VstInt32 i = 0; i < 7; ++i)
+            plugin.set(i, i % 5 == 0 ? static_cast<float>(chance.oneIn(2)) : chance.share());
+    }
+}
+
+}  // namespace
+
 TEST(Habits, LoadedUsedAndUnloadedAgainAndAgainNothingIsLeft)
 {
     const std::string copy = testing::TempDir() + "WailAgain" + std::to_string(getpid()) + ".so";
     std::filesystem::copy_file(WAIL_BUNDLE, copy);
     std::ptrdiff_t before = 0;
-    for (int life = 0; life < 20; ++life) {
+    for (int life = 0; life < 100; ++life) {
         if (life == 1)
             before = Allocations::live;  // what the first life made for good is not counted
         void* const bundle = loadLibrary(copy);
@@ -32,6 +48,51 @@ TEST(Habits, LoadedUsedAndUnloadedAgainAndAgainNothingIsLeft)
     }
     EXPECT_EQ(Allocations::live, before);
     std::filesystem::remove(copy);
+}
+
+// Every length once, the rates in turn. The program and a parameter move before each block, and the level falls
+// to nothing.
+TEST(Habits, NoBlockAtAnyRateHasANumberThatIsNotOne)
+{
+    constexpr float kRates[] = {22050.0f, 32000.0f, 44100.0f,  48000.0f,
+                                88200.0f, 96000.0f, 176400.0f, 192000.0f};
+    Chance chance{std::mt19937(5)};
+    for (std::size_t rate = 0; rate < 8; ++rate) {
+        const Plugin plugin;
+        fillPrograms(plugin, chance);
+        plugin.setRate(kRates[rate]);
+        for (std::size_t length = rate + 1; length <= 8192; length += 8) {
+            plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(chance.random() % 16));
+            plugin.set(static_cast<VstInt32>(chance.random() % 7), chance.share());
+            std::vector<double> samples =
+                noise(length, std::pow(10.0, -static_cast<double>(chance.random() % 330)));
+            plugin.process(samples);
+            for (const double sample : samples)
+                ASSERT_TRUE(std::isnormal(sample) || sample == 0.0) << kRates[rate] << " " << length;
+        }
+    }
+}
+
+TEST(Habits, RestoredFromItsValuesAndNamesANewEffectSoundsAlike)
+{
+    Chance chance{std::mt19937(6)};
+    const Plugin one, other;
+    fillPrograms(one, chance);
+    for (VstInt32 program = 0; program < 16; ++program) {
+        one.dispatch(effSetProgram, 0, program);
+        other.dispatch(effSetProgram, 0, program);
+        other.rename(one.text(effGetProgramName));
+        for (VstInt32 i = 0; i < 7; ++i)
+            other.set(i, one.get(i));
+    }
+    std::vector<double> heard[2] = {strokes(48000, 12000), strokes(48000, 12000)};
+    for (const Plugin* const plugin : {&one, &other}) {
+        plugin->setRate(48000.0f);
+        plugin->dispatch(effSetProgram, 0, 11);
+        plugin->process(heard[plugin == &other], 480);
+    }
+    EXPECT_EQ(heard[0], heard[1]);
+    EXPECT_EQ(one.text(effGetProgramName), other.text(effGetProgramName));
 }
 
 // Meant for the thread sanitizer. Parameter i only ever gets values whose 1024ths leave i when divided by 8.
