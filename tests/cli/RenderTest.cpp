@@ -111,6 +111,16 @@ TEST_F(Render, SitsInPipes)
     EXPECT_EQ(read("piped.wav", k16Bits), read("twice.wav", k16Bits));
     ASSERT_EQ(shell("cat once.flac | $W render - --format au | $W render - -q -o piped.wav --on-off off"), 0);
     EXPECT_EQ(read("piped.wav", k16Bits), read("twice.wav", k16Bits));
+
+    // What writes into a pipe cannot go back to the header, and promises some 2 GB there.
+    for (const int format : {k16Bits, kDouble}) {
+        write("in.wav", noise(3000, 0.1), 1, format);
+        std::string endless = contentOf("in.wav");
+        endless.replace(endless.find("data") + 4, 4, {'\0', '\xf0', '\xff', '\x7f'});
+        std::ofstream("endless.wav") << endless;
+        ASSERT_EQ(shell("cat endless.wav | $W render - -o out.wav --on-off off"), 0) << contentOf("err");
+        EXPECT_EQ(read("out.wav", format), read("in.wav", format));
+    }
 }
 
 TEST_F(Render, RendersManyFilesAtOnceAndSkipsThoseThatFail)
