@@ -64,22 +64,34 @@ public:
     {
     }
 
-    // The recurrences come first in an iteration: a processor takes the older of two instructions.
+    // While nothing moves, the recurrences leave time for a look at each delay. What moves takes that time, so
+    // then the look is left out where it is not needed; loud input is seen before its envelope is followed.
     bool process(std::ptrdiff_t frames)
     {
         start();
         std::ptrdiff_t i = 0;
-        for (; i + 3 * kAhead < frames; i += 2) {
-            detect(i + 3 * kAhead);
-            mix(i);
-            follow(i + 2 * kAhead);
-            place(i + kAhead);
-        }
+        if (kGliding && run.isFar)
+            for (; i + 3 * kAhead < frames && !isLoud(); i += 2)
+                step<true>(i);
+        for (; i + 3 * kAhead < frames; i += 2)
+            step<false>(i);
         finish(i);
-        return (seen >> 62) % 2 != 0;  // the exponent's first bit
+        return isLoud();
     }
 
 private:
+    // The recurrences come first: a processor takes the older of two instructions.
+    template <bool kFar>
+    void step(std::ptrdiff_t i)
+    {
+        detect(i + 3 * kAhead);
+        mix<kFar>(i);
+        follow(i + 2 * kAhead);
+        place<kFar>(i + kAhead);
+    }
+
+    bool isLoud() const { return (seen >> 62) % 2 != 0; }  // the exponent's first bit
+
     // Gives each stage its lead. The high-pass, which has no pair yet, keeps its state.
     void start()
     {
@@ -132,17 +144,20 @@ private:
 
     // A stage of its own, so that no read waits for the way from an envelope to an address. Counted as the
     // entries are, from newer to older: minus the delay.
+    template <bool kFar = false>
     void place(std::ptrdiff_t i)
     {
         const Pair m = load(handed.envelopes + i) * valueAt(run.range, numberOf(i));
         Pair offset = run.offsetBase + run.offsetDepth * m;
-        offset = offset < run.zero ? offset : run.zero;
+        if (!kFar)
+            offset = offset < run.zero ? offset : run.zero;
         const IntPair whole = __builtin_convertvector(offset, IntPair);
         store(handed.fractions + i, __builtin_convertvector(whole, Pair) - offset);
         std::memcpy(handed.offsets + i, &whole, sizeof whole);
     }
 
     // Four reads, wherever the delays point; all the arithmetic in pairs.
+    template <bool kFar = false>
     void mix(std::ptrdiff_t i)
     {
         const Pair x = load(input + i);
@@ -154,7 +169,7 @@ private:
         const Pair newer{now[k0], now[k1]};
         const Pair older{now[k0 - 1], now[k1 - 1]};
         Pair y = newer + (older - newer) * load(handed.fractions + i);
-        if (k1 >= 0) [[unlikely]] {  // the second sample reads what the first one writes
+        if (!kFar && k1 >= 0) [[unlikely]] {  // the second sample reads what the first one writes
             const double written = (x - g * y)[0];
             const double newerOne = k1 == 0 ? written : now[1];
             const double olderOne = k1 == 0 ? now[-1] : written;

@@ -127,6 +127,7 @@ private:
     void stageDetector() noexcept;
     void stageGlides(VstInt32 frames) noexcept;
     bool processQuickly(const Run& run) noexcept;
+    bool staysFar() const noexcept;
     void processPlainly(const Run& run, VstInt32 from) noexcept;
     double followLevel(double x, double sense) noexcept;
     double delayFor(double e, double range) const noexcept;
@@ -188,6 +189,7 @@ private:
 
     bool glidesAreStale = true;    // the next block prepares its glides anew
     bool gliding = false;          // a value of this block moves
+    double widestRange = 0.0;      // of this block, where a value moves
     bool gainsAreModerate = true;  // as parameters in 0 .. 1 give them
     bool memoryIsModerate = true;  // so are line and detector: nothing can overflow
 

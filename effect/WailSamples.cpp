@@ -149,6 +149,7 @@ void Wail::stageGlides(VstInt32 frames) noexcept
     gliding = senseStart != senseTarget || rangeStart != rangeTarget || resoStart != resoTarget ||
               dryStart != dryTarget || wetStart != wetTarget;
     glidesAreStale = gliding;
+    widestRange = std::max(rangeStart, rangeTarget);
     gainsAreModerate =
         staysWithin(senseStart, senseTarget, kMaxSense) && staysWithin(rangeStart, rangeTarget, 1.0) &&
         staysWithin(resoStart, resoTarget, kMaxReso) && staysWithin(dryStart, dryTarget, 1.0) &&
@@ -179,6 +180,7 @@ bool Wail::processQuickly(const Run& run) noexcept
     for (VstInt32 i = 0; i < 64; i += 8)
         __builtin_prefetch(run.line + i, 1);
 
+    staged.isFar = gliding && staysFar();
     StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
     const StagedBuffers buffers{run.input, run.output, run.line, run.placeInBlock, paired};
@@ -197,6 +199,13 @@ bool Wail::processQuickly(const Run& run) noexcept
         return loud;
     processPlainly(run, paired);
     return true;
+}
+
+// Whether a block that glides has no delay below two samples, whatever the envelope; with room for rounding.
+bool Wail::staysFar() const noexcept
+{
+    const double shortest = sweepBase - (appliedInvert == 1.0f ? 0.0 : sweepDepth * widestRange);
+    return shortest > 2.001;
 }
 
 // The samples of a run from the one numbered from on, as the formulas have them.
