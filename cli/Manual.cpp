@@ -33,8 +33,8 @@ keyframes values run in a straight line; switches stay until the next one.
 {"range": {"0s": 0.2, "50%": 1}, "invert": {"0s": "off", "1.5s": "on"}}
 .EE
 .SH EXIT STATUS
-0 done; 1 it failed, one line on standard error says why; 2 wrong command line; 130 or the like when a signal ended
-it.
+0 done; 1 it failed, one line on standard error says why; 2 wrong command line; 130 or the like when
+a signal ended it.
 )";
 
 constexpr const char* kCompletionStart = R"(# bash completion for wail

@@ -7,40 +7,41 @@
 namespace
 {
 
-// Runs a parser of the program's own inside an option; its errors become those of the command line.
+// An option with a parser of the program's own, whose errors become those of the command line.
 template <typename Parse>
-std::function<void(const std::string&)> parsing(const std::string& option, Parse parse)
+CLI::Option* addParsed(CLI::App& command, const std::string& name, Parse parse, const std::string& help)
 {
-    return [option, parse](const std::string& text) {
+    const auto parseAll = [name, parse](const std::string& text) {
         try {
             parse(text);
         } catch (const Error& error) {
-            throw CLI::ValidationError(option, error.what());
+            throw CLI::ValidationError(name, error.what());
         }
     };
+    return command.add_option_function<std::string>(name, parseAll, help);
 }
 
 // None where the text is "auto".
-std::optional<double> parseUnlessAuto(const std::string& text, double low, double high,
-                                      const std::string& kind)
+std::optional<double> parseUnlessAuto(const std::string& text, int low, int high, const std::string& unit)
 {
     if (text == "auto")
         return {};
     double number = 0.0;
     if (!CLI::detail::lexical_cast(text, number) || !(number >= low && number <= high))
-        throw Error("'" + text + "' is neither auto nor " + kind);
+        throw Error("'" + text + "' is neither auto nor a number of " + unit + " from " +
+                    std::to_string(low) + " to " + std::to_string(high));
     return number;
 }
 
 Tail parseTail(const std::string& text)
 {
-    const auto seconds = parseUnlessAuto(text, 0.0, 3600.0, "a number of seconds from 0 to 3600");
+    const auto seconds = parseUnlessAuto(text, 0, 3600, "seconds");
     return {.seconds = seconds.value_or(0.0), .automatic = !seconds};
 }
 
 Gain parseGain(const std::string& text)
 {
-    const auto decibels = parseUnlessAuto(text, -200.0, 200.0, "a number of dB from -200 to 200");
+    const auto decibels = parseUnlessAuto(text, -200, 200, "dB");
     return {.decibels = decibels.value_or(0.0), .automatic = !decibels};
 }
 
@@ -83,16 +84,11 @@ void addSoundOptions(CLI::App& command, SoundSettings& settings)
 {
     for (std::size_t i = 0; i < kParameters.size(); ++i) {
         const Parameter& parameter = kParameters[i];
-        const std::string option = std::string("--") + parameter.option;
         const auto index = static_cast<VstInt32>(i);
-        command
-            .add_option_function<std::string>(
-                option,
-                parsing(option,
-                        [&settings, &parameter, index](const std::string& text) {
-                            settings.parameters[index] = parameterValue(parameter, text);
-                        }),
-                parameter.help)
+        const auto set = [&settings, &parameter, index](const std::string& text) {
+            settings.parameters[index] = parameterValue(parameter, text);
+        };
+        addParsed(command, std::string("--") + parameter.option, set, parameter.help)
             ->type_name(parameter.isSwitch ? "on|off" : "0..1")
             ->group("Sound");
     }
@@ -114,29 +110,21 @@ void addRenderOptions(CLI::App& command, RenderSettings& settings)
         ->check(between(1, 1 << 20))
         ->type_name("N")
         ->group("Sound");
-    command
-        .add_option_function<std::string>(
-            "--tail",
-            parsing("--tail", [&settings](const std::string& text) { settings.tail = parseTail(text); }),
-            "time to ring out; auto: until below -90 dBFS")
+    const auto setTail = [&settings](const std::string& text) { settings.tail = parseTail(text); };
+    addParsed(command, "--tail", setTail, "time to ring out; auto: until below -90 dBFS")
         ->type_name("SECONDS|auto")
         ->group("Sound");
-    command
-        .add_option_function<std::string>(
-            "--gain",
-            parsing("--gain", [&settings](const std::string& text) { settings.gain = parseGain(text); }),
-            "level of the output, 0 by default; auto: so low that nothing clips")
+    const auto setGain = [&settings](const std::string& text) { settings.gain = parseGain(text); };
+    addParsed(command, "--gain", setGain,
+              "level of the output, 0 by default; auto: so low that nothing clips")
         ->type_name("DB|auto")
         ->group("Sound");
 }
 
 void addFormatOption(CLI::App& command, AudioFormat& format)
 {
-    command
-        .add_option_function<std::string>(
-            "--format",
-            parsing("--format", [&format](const std::string& text) { format = parseAudioFormat(text); }),
-            "as in flac, pcm24 or wav/float; the input's by default")
+    const auto set = [&format](const std::string& text) { format = parseAudioFormat(text); };
+    addParsed(command, "--format", set, "as in flac, pcm24 or wav/float; the input's by default")
         ->type_name("FORMAT");
 }
 

@@ -34,7 +34,7 @@ struct StagedRun {
     Pair wetDelayGain;
     Pair zero, one;  // in memory: of values that it knows g++ makes more than one instruction of a minimum
     double smootherPole, smootherInput;
-    bool isFar;  // as long as the input stays below 2, so does the delay stay above 2 samples
+    bool isFar;  // where kGliding: while the input stays below 2, the delay stays above 2 samples
 
     // Of the switches, where kSwitching.
     Pair fadeCount, fadeStep;  // whole numbers: of the run's first pair, and from one pair to the next
