@@ -80,14 +80,27 @@ public:
     }
 
 private:
-    // The recurrences come first: a processor takes the older of two instructions.
+    // The stages' halves, woven: of two instructions that could run, a processor takes the older, so the links
+    // of the recurrences stand early and apart, among what nothing waits for. Of several hundred orders measured,
+    // the quickest.
     template <bool kFar>
     void step(std::ptrdiff_t i)
     {
-        detect(i + 3 * kAhead);
-        mix<kFar>(i);
-        follow(i + 2 * kAhead);
-        place<kFar>(i + kAhead);
+        const std::ptrdiff_t toPlace = i + kAhead;
+        const std::ptrdiff_t toFollow = i + 2 * kAhead;
+        const std::ptrdiff_t toDetect = i + 3 * kAhead;
+        const Pair y0 = filter(input[toDetect], shelved0);
+        const Pair level = levelAt(toFollow);
+        const Pair x = load(input + i);
+        Pair delayed = readLine(i);
+        keepDetected(toDetect, y0, filter(input[toDetect + 1], shelved1));
+        see(toDetect);
+        writeLine<kFar>(i, x, delayed);
+        const double e0 = followOne(level);
+        const Pair offset = offsetAt<kFar>(toPlace);
+        keepEnvelopes(toFollow, e0, followOne(upperLanes(level, level)));
+        mix(i, x, delayed);
+        keepOffset(toPlace, offset);
     }
 
     bool isLoud() const { return (seen >> 62) % 2 != 0; }  // the exponent's first bit
@@ -116,7 +129,7 @@ private:
         for (std::ptrdiff_t k = kAhead; k < 3 * kAhead; k += 2)
             place(i + k);
         for (std::ptrdiff_t k = 0; k < 3 * kAhead; k += 2)
-            mix(i + k);
+            comb(i + k);
         state.highpass = sections[1];
         state.envelope = envelope[0];
         state.smoothed = smoothed;
@@ -126,83 +139,48 @@ private:
     void detect(std::ptrdiff_t i)
     {
         filterPair(i, input[i], input[i + 1]);
-        seen |= std::bit_cast<std::uint64_t>(input[i]) | std::bit_cast<std::uint64_t>(input[i + 1]);
-    }
-
-    // Levels as a pair; then, one after the other, what an envelope needs of the one before.
-    void follow(std::ptrdiff_t i)
-    {
-        if (kGliding)
-            store(handed.numbers + i, number);
-        Pair level = magnitude(valueAt(run.sense, number) * load(handed.detected + i + 2));
-        level = level > run.one ? run.one : level;
-        const double e0 = followOne(level);
-        const double e1 = followOne(Pair{level[1], level[1]});
-        store(handed.envelopes + i, Pair{e0, e1});
-        number += Pair{2.0, 2.0};
-    }
-
-    // A stage of its own, so that no read waits for the way from an envelope to an address. Counted as the
-    // entries are, from newer to older: minus the delay.
-    template <bool kFar = false>
-    void place(std::ptrdiff_t i)
-    {
-        const Pair m = load(handed.envelopes + i) * valueAt(run.range, numberOf(i));
-        Pair offset = run.offsetBase + run.offsetDepth * m;
-        if (!kFar)
-            offset = offset < run.zero ? offset : run.zero;
-        const IntPair whole = __builtin_convertvector(offset, IntPair);
-        store(handed.fractions + i, __builtin_convertvector(whole, Pair) - offset);
-        std::memcpy(handed.offsets + i, &whole, sizeof whole);
-    }
-
-    // Four reads, wherever the delays point; all the arithmetic in pairs.
-    template <bool kFar = false>
-    void mix(std::ptrdiff_t i)
-    {
-        const Pair x = load(input + i);
-        const Pair n = numberOf(i);
-        const Pair g = valueAt(run.reso, n);
-        const double* const now = line + i;
-        const std::ptrdiff_t k0 = handed.offsets[i];
-        const std::ptrdiff_t k1 = handed.offsets[i + 1] + 1;
-        const Pair newer{now[k0], now[k1]};
-        const Pair older{now[k0 - 1], now[k1 - 1]};
-        Pair y = newer + (older - newer) * load(handed.fractions + i);
-        if (!kFar && k1 >= 0) [[unlikely]] {  // the second sample reads what the first one writes
-            const double written = (x - g * y)[0];
-            const double newerOne = k1 == 0 ? written : now[1];
-            const double olderOne = k1 == 0 ? now[-1] : written;
-            y[1] = newerOne + (olderOne - newerOne) * handed.fractions[i + 1];
-        }
-        store(line + i, x - g * y);
-
-        Pair out = x;
-        if (!kSwitching || run.effectOn)
-            out = valueAt(run.dry, n) * x + valueAt(run.wet, n) * (x - run.wetDelayGain * y);
-        if (kSwitching) {
-            out = fade * run.fadeUnit * out;
-            fade += run.fadeStep;
-        }
-        store(output + i, out);
+        see(i);
     }
 
     // What the high-pass makes of the pair before goes to the places of pair i. The shelf's two samples stay
     // apart between the sections: a pair of them would wait for the second, and the next pair for both.
     void filterPair(std::ptrdiff_t i, double x0, double x1)
     {
-        const Pair y0 = filterBoth(lowerLanes(Pair{x0, 0.0}, shelved0));
-        const Pair y1 = filterBoth(lowerLanes(Pair{x1, 0.0}, shelved1));
-        shelved0 = run.detectorGain * y0;
-        shelved1 = run.detectorGain * y1;
-        store(handed.detected + i, upperLanes(y0, y1));
+        const Pair y0 = filter(x0, shelved0);
+        keepDetected(i, y0, filter(x1, shelved1));
     }
 
-    Pair filterBoth(Pair x)
+    Pair filter(double x, Pair& shelved)
     {
-        const Pair y = run.sectionsB0 * x + sections;
-        sections = run.sectionsB1 * x + run.sectionsFb1 * y;
+        const Pair in = lowerLanes(Pair{x, 0.0}, shelved);
+        const Pair y = run.sectionsB0 * in + sections;
+        sections = run.sectionsB1 * in + run.sectionsFb1 * y;
+        shelved = run.detectorGain * y;
         return y;
+    }
+
+    void keepDetected(std::ptrdiff_t i, Pair y0, Pair y1) { store(handed.detected + i, upperLanes(y0, y1)); }
+
+    void see(std::ptrdiff_t i)
+    {
+        seen |= std::bit_cast<std::uint64_t>(input[i]) | std::bit_cast<std::uint64_t>(input[i + 1]);
+    }
+
+    // Levels as a pair; then, one after the other, what an envelope needs of the one before.
+    void follow(std::ptrdiff_t i)
+    {
+        const Pair level = levelAt(i);
+        const double e0 = followOne(level);
+        keepEnvelopes(i, e0, followOne(upperLanes(level, level)));
+    }
+
+    Pair levelAt(std::ptrdiff_t i)
+    {
+        if (kGliding)
+            store(handed.numbers + i, number);
+        const Pair level = magnitude(valueAt(run.sense, number) * load(handed.detected + i + 2));
+        number += Pair{2.0, 2.0};
+        return level > run.one ? run.one : level;  // no number stays none
     }
 
     // level: the lower lane counts. A select, in pairs because g++ makes a branch of a scalar one: a branch
@@ -214,12 +192,81 @@ private:
         return smoothed;
     }
 
+    void keepEnvelopes(std::ptrdiff_t i, double e0, double e1) { store(handed.envelopes + i, Pair{e0, e1}); }
+
+    // A stage of its own, so that no read waits for the way from an envelope to an address.
+    void place(std::ptrdiff_t i) { keepOffset(i, offsetAt<false>(i)); }
+
+    // Counted as the entries are, from newer to older: minus the delay.
+    template <bool kFar>
+    Pair offsetAt(std::ptrdiff_t i) const
+    {
+        const Pair m = load(handed.envelopes + i) * valueAt(run.range, numberAt(i));
+        const Pair offset = run.offsetBase + run.offsetDepth * m;
+        return kFar ? offset : offset < run.zero ? offset : run.zero;
+    }
+
+    void keepOffset(std::ptrdiff_t i, Pair offset)
+    {
+        const IntPair whole = __builtin_convertvector(offset, IntPair);
+        store(handed.fractions + i, __builtin_convertvector(whole, Pair) - offset);
+        std::memcpy(handed.offsets + i, &whole, sizeof whole);
+    }
+
+    void comb(std::ptrdiff_t i)
+    {
+        const Pair x = load(input + i);
+        Pair delayed = readLine(i);
+        writeLine<false>(i, x, delayed);
+        mix(i, x, delayed);
+    }
+
+    // Four reads, wherever the delays point; all the arithmetic in pairs.
+    Pair readLine(std::ptrdiff_t i) const
+    {
+        const double* const now = line + i;
+        const std::ptrdiff_t k0 = handed.offsets[i];
+        const std::ptrdiff_t k1 = handed.offsets[i + 1] + 1;
+        const Pair newer{now[k0], now[k1]};
+        const Pair older{now[k0 - 1], now[k1 - 1]};
+        return newer + (older - newer) * load(handed.fractions + i);
+    }
+
+    // Where the second sample reads what the first one writes, it reads again.
+    template <bool kFar>
+    void writeLine(std::ptrdiff_t i, Pair x, Pair& delayed)
+    {
+        double* const now = line + i;
+        const Pair g = valueAt(run.reso, numberAt(i));
+        const std::ptrdiff_t k1 = handed.offsets[i + 1] + 1;
+        if (!kFar && k1 >= 0) [[unlikely]] {
+            const double written = (x - g * delayed)[0];
+            const double newer = k1 == 0 ? written : now[1];
+            const double older = k1 == 0 ? now[-1] : written;
+            delayed[1] = newer + (older - newer) * handed.fractions[i + 1];
+        }
+        store(now, x - g * delayed);
+    }
+
+    void mix(std::ptrdiff_t i, Pair x, Pair delayed)
+    {
+        const Pair n = numberAt(i);
+        Pair out = x;
+        if (!kSwitching || run.effectOn)
+            out = valueAt(run.dry, n) * x + valueAt(run.wet, n) * (x - run.wetDelayGain * delayed);
+        if (kSwitching) {
+            out = fade * run.fadeUnit * out;
+            fade += run.fadeStep;
+        }
+        store(output + i, out);
+    }
+
     static Pair valueAt(const PairGlide& glide, Pair n)
     {
         return kGliding ? glide.start + n * glide.step : glide.start;
     }
 
-    Pair numberOf(std::ptrdiff_t i) const { return kGliding ? load(handed.numbers + i) : Pair{}; }
+    Pair numberAt(std::ptrdiff_t i) const { return kGliding ? load(handed.numbers + i) : Pair{}; }
 
     const StagedRun& __restrict run;
     const double* const input;

@@ -17,8 +17,10 @@ struct PairGlide {
     Pair step;
 };
 
-// The longest run, in samples: so much the stages keep between them.
-inline constexpr std::ptrdiff_t kMaxStagedFrames = 512;
+// The longest run, in samples: so much the stages keep between them. With 512 their arrays would lie 4096 bytes
+// apart, and processors, which compare the last 12 bits of two addresses first, make a read of one array wait
+// for a write to the other.
+inline constexpr std::ptrdiff_t kMaxStagedFrames = 576;
 
 // The shortest, for which all stages have work at once.
 inline constexpr std::ptrdiff_t kMinStagedFrames = 14;
@@ -64,7 +66,7 @@ struct StagedState {
 //     detect   the two sections; they need the sample before, and run side by side, a lane each
 //     follow   the envelope and its smoother, which need the sample before as well
 //     place    from the smoothed envelope to a place in the line
-//     mix      the line read and written, and the output
+//     comb     the line read and written, and the output
 //
 // Each stage works four samples behind the one before, so that a processor finds independent work while the
 // recurrences make it wait: they alone bound the time of a sample. Every operation and its order are those
