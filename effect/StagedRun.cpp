@@ -58,9 +58,8 @@ public:
     Stages(const StagedRun& __restrict settings, const StagedBuffers& buffers, Handed& between,
            StagedState& memory)
         : run(settings), input(buffers.input), output(buffers.output), line(buffers.line), handed(between),
-          state(memory), sections{memory.shelf, memory.highpass}, envelope(inBothLanes(memory.envelope)),
-          smoothed(memory.smoothed), number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock)),
-          fade(settings.fadeCount)
+          state(memory), sections(memory.sections), envelope(memory.envelope), smoothed(memory.smoothed),
+          number(Pair{0.0, 1.0} + static_cast<double>(buffers.placeInBlock)), fade(settings.fadeCount)
     {
     }
 
@@ -109,7 +108,7 @@ private:
     void start()
     {
         detect(0);
-        sections[1] = state.highpass;
+        sections[1] = state.sections[1];
         for (std::ptrdiff_t i = 2; i < 3 * kAhead; i += 2) {
             detect(i);
             if (i >= kAhead)
@@ -122,7 +121,7 @@ private:
     // Lets each stage catch up, from the first sample that is not mixed yet. The shelf has no pair left.
     void finish(std::ptrdiff_t i)
     {
-        state.shelf = sections[0];
+        const double shelf = sections[0];
         filterPair(i + 3 * kAhead, 0.0, 0.0);
         for (std::ptrdiff_t k = 2 * kAhead; k < 3 * kAhead; k += 2)
             follow(i + k);
@@ -130,8 +129,8 @@ private:
             place(i + k);
         for (std::ptrdiff_t k = 0; k < 3 * kAhead; k += 2)
             comb(i + k);
-        state.highpass = sections[1];
-        state.envelope = envelope[0];
+        state.sections = Pair{shelf, sections[1]};
+        state.envelope = envelope;
         state.smoothed = smoothed;
     }
 
@@ -286,17 +285,18 @@ private:
 }  // namespace
 
 template <bool kGliding, bool kSwitching>
-bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers, StagedState& state) noexcept
+bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers, std::ptrdiff_t frames,
+                   StagedState& state) noexcept
 {
     Handed handed;
-    return Stages<kGliding, kSwitching>(run, buffers, handed, state).process(buffers.frames);
+    return Stages<kGliding, kSwitching>(run, buffers, handed, state).process(frames);
 }
 
-template bool processStaged<false, false>(const StagedRun& __restrict, const StagedBuffers&,
+template bool processStaged<false, false>(const StagedRun& __restrict, const StagedBuffers&, std::ptrdiff_t,
                                           StagedState&) noexcept;
-template bool processStaged<false, true>(const StagedRun& __restrict, const StagedBuffers&,
+template bool processStaged<false, true>(const StagedRun& __restrict, const StagedBuffers&, std::ptrdiff_t,
                                          StagedState&) noexcept;
-template bool processStaged<true, false>(const StagedRun& __restrict, const StagedBuffers&,
+template bool processStaged<true, false>(const StagedRun& __restrict, const StagedBuffers&, std::ptrdiff_t,
                                          StagedState&) noexcept;
-template bool processStaged<true, true>(const StagedRun& __restrict, const StagedBuffers&,
+template bool processStaged<true, true>(const StagedRun& __restrict, const StagedBuffers&, std::ptrdiff_t,
                                         StagedState&) noexcept;

@@ -50,14 +50,13 @@ struct StagedBuffers {
     double* output;  // may be the input
     double* line;    // entry of the first sample; entries for all from there on, older ones before it
     std::ptrdiff_t placeInBlock;  // of the first sample
-    std::ptrdiff_t frames;        // even, kMinStagedFrames .. kMaxStagedFrames
 };
 
-// What a sample hands to the next.
+// What a sample hands to the next. Pairs, as they are stored is as they are loaded: a load across two stores
+// waits for both to reach the cache.
 struct StagedState {
-    double shelf;
-    double highpass;
-    double envelope;
+    Pair sections;  // of the shelf and the high-pass, a lane each
+    Pair envelope;  // in both lanes
     double smoothed;
 };
 
@@ -73,12 +72,13 @@ struct StagedState {
 // of the formulas in Wail.h, and so are the bits, as long as rounding is to nearest or towards 0.
 //
 // kGliding: a value moves; without it the steps do not count. kSwitching: a switch fades, or the effect is
-// off; without it the effect is on. run: no sample stored is part of it, hence `__restrict`. Answers whether
-// a magnitude of the input was 2 or more, or no number. Audio thread.
+// off; without it the effect is on. run: no sample stored is part of it, hence `__restrict`. frames: even,
+// kMinStagedFrames .. kMaxStagedFrames. Answers whether a magnitude of the input was 2 or more, or no number.
+// Audio thread.
 //
 // Nothing here limits the delay: gains and state are such that it lies within the line. Input that is no
 // number or overflows the sections leaves state and output that are not finite; the delay then is 0 or still
 // within the line.
 template <bool kGliding, bool kSwitching>
-bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers,
+bool processStaged(const StagedRun& __restrict run, const StagedBuffers& buffers, std::ptrdiff_t frames,
                    StagedState& state) noexcept;

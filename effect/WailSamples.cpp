@@ -48,13 +48,9 @@ bool areFinite(const double* samples, VstInt32 count)
 }  // namespace
 
 // Samples of a block in which neither switch changes its state and the line does not come round.
-struct Wail::Run {
-    const double* input;
-    double* output;
-    double* line;           // entry of the first sample
-    VstInt32 placeInBlock;  // of the first sample
-    VstInt32 length;        // samples
-    bool effectOn;          // the effect is produced, not the dry input
+struct Wail::Run : StagedBuffers {
+    VstInt32 length;  // samples
+    bool effectOn;    // the effect is produced, not the dry input
 };
 
 // Cuts the block where a switch changes its state and where the line comes round. Answers whether all was
@@ -75,12 +71,12 @@ bool Wail::processRuns(const double* input, double* output, VstInt32 frames)
             setInvert();
         // While On/Off fades out, the value before the change is still in force.
         const bool effectOn = (fOnOff == 1.0f) != (onOffSwitch->state == FadeSwitch::kFadingOut);
-        const Run run{.input = input + first,
-                      .output = output + first,
-                      .line = lineEntry(writeIndex),
-                      .placeInBlock = first,
-                      .length = length,
-                      .effectOn = effectOn};
+        const Run run{{.input = input + first,
+                       .output = output + first,
+                       .line = lineEntry(writeIndex),
+                       .placeInBlock = first},
+                      length,
+                      effectOn};
         bool loud = true;
         if (moderate)
             loud = processQuickly(run);
@@ -181,19 +177,19 @@ bool Wail::processQuickly(const Run& run) noexcept
         __builtin_prefetch(run.line + i, 1);
 
     staged.isFar = gliding && staysFar();
-    StagedState state{detectorShelf->z1, detectorHighpass->z1, envelope, envelopeSmoother->z1};
+    StagedState state{Pair{detectorShelf->z1, detectorHighpass->z1}, inBothLanes(envelope),
+                      envelopeSmoother->z1};
     const VstInt32 paired = run.length - run.length % 2;
-    const StagedBuffers buffers{run.input, run.output, run.line, run.placeInBlock, paired};
     bool loud = false;
     if (switching)
-        loud = gliding ? processStaged<true, true>(staged, buffers, state)
-                       : processStaged<false, true>(staged, buffers, state);
+        loud = gliding ? processStaged<true, true>(staged, run, paired, state)
+                       : processStaged<false, true>(staged, run, paired, state);
     else
-        loud = gliding ? processStaged<true, false>(staged, buffers, state)
-                       : processStaged<false, false>(staged, buffers, state);
-    detectorShelf->z1 = state.shelf;
-    detectorHighpass->z1 = state.highpass;
-    envelope = state.envelope;
+        loud = gliding ? processStaged<true, false>(staged, run, paired, state)
+                       : processStaged<false, false>(staged, run, paired, state);
+    detectorShelf->z1 = state.sections[0];
+    detectorHighpass->z1 = state.sections[1];
+    envelope = state.envelope[0];
     envelopeSmoother->z1 = state.smoothed;
     if (paired == run.length)
         return loud;
@@ -214,7 +210,7 @@ void Wail::processPlainly(const Run& run, VstInt32 from) noexcept
     const FadeSwitch::Gain onOffGain = onOffSwitch->gain();
     const FadeSwitch::Gain invertGain = invertSwitch->gain();
     for (VstInt32 i = from; i < run.length; ++i) {
-        const double n = run.placeInBlock + i;
+        const auto n = static_cast<double>(run.placeInBlock + i);
         const double x = run.input[i];
         const double e = followLevel(x, at(staged.sense, n));
         const double y = readLine(writeIndex + i, delayFor(e, at(staged.range, n)));
