@@ -69,14 +69,34 @@ void effect(benchmark::State& state)
     measure(state, static_cast<int>(state.range(0)), [&](auto... block) { subject.process(block...); });
 }
 
-void moving(benchmark::State& state)
+// What a host calls before each block to move all that moves.
+class FiveSettings
 {
-    const Effect subject;
-    float value = 0.3f;
-    measure(state, static_cast<int>(state.range(0)), [&](auto... block) {
+public:
+    void process(const Effect& subject)
+    {
         value = 1.0f - value;
         for (const VstInt32 index : {1, 2, 3, 4, 6})
             subject.set(index, value);
+    }
+
+private:
+    float value = 0.3f;
+};
+
+void settings(benchmark::State& state)
+{
+    const Effect subject;
+    FiveSettings five;
+    measure(state, 256, [&](auto...) { five.process(subject); });
+}
+
+void moving(benchmark::State& state)
+{
+    const Effect subject;
+    FiveSettings five;
+    measure(state, static_cast<int>(state.range(0)), [&](auto... block) {
+        five.process(subject);
         subject.process(block...);
     });
 }
@@ -193,6 +213,7 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("chains", kernel<FourChains>);
     benchmark::RegisterBenchmark("plain", kernel<PlainLoop>);
     benchmark::RegisterBenchmark("effect", effect)->Arg(16)->Arg(64)->Arg(256)->Arg(1024);
+    benchmark::RegisterBenchmark("settings", settings);
     benchmark::RegisterBenchmark("moving", moving)->Arg(64)->Arg(256)->Arg(1024);
     benchmark::RegisterBenchmark("transition", transition);
     benchmark::RegisterBenchmark("shortDelay", shortDelay);
@@ -212,9 +233,14 @@ int main(int argc, char** argv)
     row("effect, blocks of 1024", least.of("effect/1024"));
     row("effect, blocks of 64", least.of("effect/64"), "blocks of 1024", least.of("effect/1024"));
     row("effect, blocks of 16", least.of("effect/16"), "blocks of 1024", least.of("effect/1024"));
-    for (const char* length : {"64", "256", "1024"})
-        row((std::string("five parameters moving, blocks of ") + length).c_str(),
-            least.of(std::string("moving/") + length), "resting", least.of(std::string("effect/") + length));
+    for (const int length : {64, 256, 1024}) {
+        const std::string frames = std::to_string(length);
+        const double resting = least.of("effect/" + frames);
+        const double movingAll = least.of("moving/" + frames);
+        row(("five parameters moving, blocks of " + frames).c_str(), movingAll, "resting", resting);
+        row("    without the calls that set them", movingAll - least.of("settings/") * 256 / length,
+            "resting", resting);
+    }
     row("a switch in transition, blocks of 256", least.of("transition/"), "resting", effect256);
     row("the slowest of 60 seconds of silence", least.silence(), "sound", effect256);
     row("delay below one sample", least.of("shortDelay/"), "the usual", effect256);
