@@ -96,6 +96,42 @@ TEST(Habits, RestoredFromItsValuesAndNamesANewEffectSoundsAlike)
 }
 
 // Meant for the thread sanitizer. Parameter i only ever gets values whose 1024ths leave i when divided by 8.
+#ifdef __i386__
+TEST(Habits, AHostMayAlignItsStackToFourBytes)
+{
+    const Plugin usual;
+    usual.setRate(48000.0f);
+    std::vector<double> expected = noise(256);
+    usual.process(expected);
+    for (const int misaligned : {0, 4, 8, 12}) {
+        const Plugin plugin;
+        plugin.setRate(48000.0f);
+        std::vector<double> samples = noise(256);
+        double* channel = samples.data();
+        struct {
+            int misaligned;
+            AEffect* effect;
+            double** inputs;
+            double** outputs;
+            VstInt32 frames;
+        } const call{misaligned, plugin.record, &channel, &channel, 256};
+        asm volatile("mov %%esp, %%ebx\n\t"
+                     "and $-16, %%esp\n\t"
+                     "sub (%0), %%esp\n\t"
+                     "push 16(%0)\n\t"
+                     "push 12(%0)\n\t"
+                     "push 8(%0)\n\t"
+                     "push 4(%0)\n\t"
+                     "call *%1\n\t"
+                     "mov %%ebx, %%esp"
+                     :
+                     : "S"(&call), "D"(plugin.record->processDoubleReplacing)
+                     : "eax", "ebx", "ecx", "edx", "memory", "cc");
+        EXPECT_EQ(samples, expected) << misaligned;
+    }
+}
+#endif
+
 TEST(Threads, PlayWhileOthersSetAndReadEverything)
 {
     const auto valueOf = [](int i, int k) { return static_cast<float>(i + 8 * (k % 128)) / 1024.0f; };
