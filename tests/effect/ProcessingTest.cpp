@@ -161,6 +161,25 @@ TEST(Processing, FindsAnOverflowHoweverLateItComes)
     }
 }
 
+// A full envelope and a range that creeps up take the delay from three samples to one, a block a step.
+TEST(Processing, ReadsWhatItHasJustWrittenWhileValuesMove)
+{
+    Twins twins;
+    for (const VstInt32 index : {kSense, kEnvelope})
+        twins.set(index, 1.0f);
+    twins.setRate(48000.0f);
+    std::vector<double> steady(48000);
+    for (std::size_t i = 0; i < steady.size(); ++i)
+        steady[i] = i % 2 == 0 ? -1.9 : 1.9;
+    ASSERT_TRUE(twins.agreeOn(steady));
+    for (float range = 0.68f; range < 0.89f; range += 0.0011f) {
+        twins.set(kRange, range);
+        std::vector<double> block = noise(64, 1.9);
+        block[0] = 1.9;  // keeps the level up
+        ASSERT_TRUE(twins.agreeOn(block)) << range;
+    }
+}
+
 // A faint impulse leaves the sweep at rest: 70 samples at 48 kHz, 15 when inverted.
 TEST(Processing, CombsWithTheDelayFeedbackAndMixThatItsFormulasGive)
 {
