@@ -52,8 +52,8 @@ struct StagedBuffers {
     std::ptrdiff_t placeInBlock;  // of the first sample
 };
 
-// What a sample hands to the next. Pairs, as they are stored is as they are loaded: a load across two stores
-// waits for both to reach the cache.
+// What a sample hands to the next. In pairs, because that is how it is read: a read across two writes waits for
+// both to reach the cache.
 struct StagedState {
     Pair sections;  // of the shelf and the high-pass, a lane each
     Pair envelope;  // in both lanes

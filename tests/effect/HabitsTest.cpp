@@ -95,8 +95,8 @@ TEST(Habits, RestoredFromItsValuesAndNamesANewEffectSoundsAlike)
     EXPECT_EQ(one.text(effGetProgramName), other.text(effGetProgramName));
 }
 
-// Meant for the thread sanitizer. Parameter i only ever gets values whose 1024ths leave i when divided by 8.
 #ifdef __i386__
+// As 32-bit programs did before their compilers aligned it to 16.
 TEST(Habits, AHostMayAlignItsStackToFourBytes)
 {
     const Plugin usual;
@@ -132,6 +132,7 @@ TEST(Habits, AHostMayAlignItsStackToFourBytes)
 }
 #endif
 
+// Meant for the thread sanitizer. Parameter i only ever gets values whose 1024ths leave i when divided by 8.
 TEST(Threads, PlayWhileOthersSetAndReadEverything)
 {
     const auto valueOf = [](int i, int k) { return static_cast<float>(i + 8 * (k % 128)) / 1024.0f; };
