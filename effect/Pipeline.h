@@ -40,12 +40,12 @@ inline constexpr std::ptrdiff_t kMinPipelinedLength = 14;
 // function writes.
 struct PipelineSettings {
     // MappedParameters::stage
+    Pair releaseCoef;
     PairGlide sense, range, reso, dry, wet;
 
     // LevelFollower::stage
     Pair sectionsB0, sectionsB1, sectionsFb1;  // of the shelf and the high-pass, a lane each
     Pair detectorGain;
-    Pair releaseCoef;
     double smootherPole, smootherInput;
 
     // SignalPath::stageSweep

@@ -61,7 +61,6 @@ bool SignalPath::takeParameters(bool firstBlock) noexcept
     if (parameters.update(live)) {
         glidesAreStale = true;
         follower.setRelease(parameters.release);
-        follower.stage(settings);
     }
     const float onOff = live.fOnOff;
     const float invert = live.fInvert;
@@ -120,15 +119,17 @@ template void SignalPath::process(const float*, float*, VstInt32) noexcept;
 // Prepares the glides of a block, which go on even if the silent point of a switch sets a new target.
 void SignalPath::prepareGlides(VstInt32 frames) noexcept
 {
+    gainsAreModerate = parameters.areModerate();
+    if (!gainsAreModerate)
+        parameters.dropInvalidStarts();
+    const bool isStable = gainsAreModerate || parameters.areStable();
+    if (isStable && !wasStable)
+        clearMemory();
+    wasStable = isStable;
     parameters.stage(settings, frames);
     gliding = parameters.areGliding();
     glidesAreStale = gliding;
     widestRange = std::max(parameters.range.start, parameters.range.target);
-    gainsAreModerate = parameters.areModerate();
-    const bool isStable = parameters.areStable();
-    if (isStable && !wasStable)
-        clearMemory();
-    wasStable = isStable;
 }
 
 // Samples until a switch changes its state, the line wraps, or the pipeline's memory is full.
@@ -175,8 +176,7 @@ bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
         stageFades(effectOn);
 
     // This stretch of the line was last touched a lap ago: it arrives while the pipeline fills.
-    const std::ptrdiff_t prefetched = std::min<std::ptrdiff_t>(run.length, 64);
-    for (std::ptrdiff_t i = 0; i < prefetched; i += 8)
+    for (std::ptrdiff_t i = 0; i < DelayLine::kPrefetched; i += 8)
         __builtin_prefetch(run.line + i, 1);
 
     settings.delayStaysAboveTwo = gliding && delayStaysAboveTwo();
@@ -284,9 +284,4 @@ void SignalPath::reset() noexcept
     invertSwitch.stop();
     parameters.finishGlides();
     clearMemory();
-}
-
-float SignalPath::sweep() const noexcept
-{
-    return static_cast<float>(std::clamp(follower.level(), 0.0, 1.0));
 }

@@ -54,8 +54,8 @@ public:
     // As after long silence, with the live values in force at once: fades and glides have ended.
     void reset() noexcept;
 
-    // How far the teeth are swept of what "Range" allows, 0 .. 1.
-    float sweep() const noexcept;
+    // How far the teeth are swept of what "Range" allows: 0 .. 1, or beyond if parameters are.
+    float sweep() const noexcept { return static_cast<float>(follower.level()); }
 
     const double lastSampleRate;  // Hz
 
