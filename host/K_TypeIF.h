@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/AEffect.h"
+#include "host/Export.h"
 
 // What an entry point returns: the address of a new effect's record. Hosts depend on its layout, table
 // pointer and then aeffect, and delete it through its virtual destructor. That does not delete the effect,
@@ -20,5 +21,5 @@ static_assert(sizeof(K_TypeIF) == 2 * sizeof(void*));
 // The bundle's entry points. Both create a new, independent effect, which calls its host through audioMaster.
 // They return null if audioMaster is null, throws or answers 0 to audioMasterVersion, and if there is no
 // memory. They never throw.
-extern "C" [[gnu::visibility("default")]] K_TypeIF* getinterface(audioMasterCallback audioMaster);
-extern "C" [[gnu::visibility("default")]] K_TypeIF* KTypeIF(audioMasterCallback audioMaster);
+WAIL_EXPORT K_TypeIF* getinterface(audioMasterCallback audioMaster);
+WAIL_EXPORT K_TypeIF* KTypeIF(audioMasterCallback audioMaster);
