@@ -1,15 +1,8 @@
 #pragma once
 
+#include "effect/Pair.h"
+
 #include <cstddef>
-
-// Two samples side by side, for everything that does not wait for the sample before. Every compiler for
-// x86-64 and AArch64 has instructions for such a pair; each of its two lanes rounds as a double does.
-using Pair [[gnu::vector_size(16)]] = double;
-
-inline Pair inBothLanes(double value)
-{
-    return Pair{value, value};
-}
 
 // A value that moves linearly through a block, in both lanes: start + n step at sample n of the block.
 struct PairGlide {

@@ -72,7 +72,7 @@ private:
     void stageFades(bool effectOn) noexcept;
     VstInt32 runLength(VstInt32 framesLeft) const noexcept;
     void advance(VstInt32 samples) noexcept;
-    bool endBlock(Magnitude worst) noexcept;
+    bool staysFinite(Magnitude worst) noexcept;
     void clearMemory() noexcept;
 
     const ParameterValues& live;
