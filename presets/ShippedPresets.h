@@ -7,7 +7,7 @@
 struct ShippedPreset {
     const char* id;  // the file's name without its extension
     const char* name;
-    const char* description;     // what it sounds like, a sentence
+    const char* description;          // what it sounds like, a sentence
     std::array<const char*, 3> tags;  // what to look for, null after the last
     std::array<float, 7> values;      // by parameter index, 0 .. 1
 };
