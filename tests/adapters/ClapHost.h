@@ -93,7 +93,7 @@ public:
         std::string bytes;
         const clap::OutputStream stream{
             &bytes, [](auto* s, const void* from, std::uint64_t size) {
-                const std::uint64_t taken = std::min<std::uint64_t>(size, 23);
+                const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, 23));
                 static_cast<std::string*>(s->context)->append(static_cast<const char*>(from), taken);
                 return static_cast<std::int64_t>(taken);
             }};
@@ -104,7 +104,8 @@ public:
         const clap::InputStream stream{&bytes, [](auto* s, void* to, std::uint64_t size) {
                                            auto& left = *static_cast<std::string*>(s->context);
                                            const std::size_t given = left.copy(
-                                               static_cast<char*>(to), std::min<std::uint64_t>(size, 17));
+                                               static_cast<char*>(to),
+                                               static_cast<std::size_t>(std::min<std::uint64_t>(size, 17)));
                                            left.erase(0, given);
                                            return static_cast<std::int64_t>(given);
                                        }};

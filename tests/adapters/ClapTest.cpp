@@ -171,7 +171,7 @@ TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
     Chance chance{std::mt19937(11)};
     const std::vector<double> source = strokes(1 << 16, 6000);
     Model model;
-    for (int step = 0; step < 1500 && !HasFailure(); ++step) {
+    for (int step = 0; step < 800 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
         const auto kind = step == 0 ? 0 : chance.random() % 40;
         const ClapEvents events = randomEvents(chance, 100);
