@@ -1,7 +1,6 @@
 #include "adapters/clap/WailClap.h"
 
 #include "adapters/clap/ClapState.h"
-#include "effect/FlushToZero.h"
 #include "presets/ShippedPresets.h"
 
 #include <algorithm>
@@ -98,7 +97,6 @@ clap::ProcessStatus WailClap::process(const clap::Process& block)
     clap::AudioBuffer& output = block.outputs[0];
     if (input.channelCount == 0 || output.channelCount == 0)
         return clap::kProcessError;
-    const FlushToZero flushToZero;  // once, and not for every piece of the block
     if (input.data64 != nullptr && output.data64 != nullptr)
         return play(input.data64[0], output.data64[0], block);
     if (input.data32 != nullptr && output.data32 != nullptr)
