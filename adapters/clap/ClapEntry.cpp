@@ -1,14 +1,9 @@
 #include "adapters/clap/PresetProvider.h"
 #include "adapters/clap/WailClap.h"
+#include "host/Export.h"
 
 #include <cstring>
 #include <exception>
-
-#ifdef _WIN32
-#define WAIL_EXPORT __declspec(dllexport)
-#else
-#define WAIL_EXPORT [[gnu::visibility("default")]]
-#endif
 
 namespace
 {
@@ -47,12 +42,10 @@ const void* getFactory(const char* id)
 }  // namespace
 
 // What hosts look up. There is nothing to set up, so there are no calls of init to count.
-extern "C" {
-WAIL_EXPORT extern const clap::Entry clap_entry;
+WAIL_EXPORT const clap::Entry clap_entry;
 const clap::Entry clap_entry{
     .version = clap::kVersion,
     .init = [](const char* /*pluginPath*/) { return true; },
     .deinit = [] {},
     .getFactory = getFactory,
 };
-}

@@ -101,14 +101,6 @@ bool ClapParameters::textToValue(clap::Id id, const char* text, double& value) n
     return true;
 }
 
-ClapParameters::Values ClapParameters::fromEffect(const std::array<float, kNumParams>& program) noexcept
-{
-    Values result{};
-    for (clap::Id id = 0; id < kNumParams; ++id)
-        result[id] = invertedIfBypass(id, static_cast<double>(program[id]));
-    return result;
-}
-
 bool ClapParameters::areValid(const Values& values) noexcept
 {
     for (clap::Id id = 0; id < kNumParams; ++id) {
@@ -130,6 +122,13 @@ void ClapParameters::setAll(const Values& next) noexcept
 {
     for (clap::Id id = 0; id < kNumParams; ++id)
         values[id].store(next[id], std::memory_order_relaxed);
+    reloaded.store(true, std::memory_order_release);
+}
+
+void ClapParameters::setProgram(const std::array<float, kNumParams>& program) noexcept
+{
+    for (clap::Id id = kOnOff + 1; id < kNumParams; ++id)
+        values[id].store(static_cast<double>(program[id]), std::memory_order_relaxed);
     reloaded.store(true, std::memory_order_release);
 }
 

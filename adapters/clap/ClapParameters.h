@@ -30,9 +30,6 @@ public:
                             std::uint32_t capacity);
     static bool textToValue(clap::Id id, const char* text, double& value) noexcept;
 
-    // The values that a program of the effect sets; by index, each in 0 .. 1.
-    static Values fromEffect(const std::array<float, kNumParams>& program) noexcept;
-
     // Returns true if each value is one that its parameter can have.
     static bool areValid(const Values& values) noexcept;
 
@@ -40,10 +37,12 @@ public:
     double value(clap::Id id) const noexcept { return values[id].load(std::memory_order_relaxed); }
     Values all() const noexcept;
 
-    // [main] values: valid.
+    // [main] Set all values, which are valid, and all but "Bypass" to those of a program of the effect: to try a
+    // program must not switch the effect on.
     void setAll(const Values& values) noexcept;
+    void setProgram(const std::array<float, kNumParams>& program) noexcept;
 
-    // [audio] Returns true if setAll was called since the last time.
+    // [audio] Returns true if one of the two was called since the last time.
     bool takeReload() noexcept;
 
     // [audio] Takes the event and returns the index of its parameter; nothing if the event is not the value or the

@@ -1,7 +1,7 @@
 #include "adapters/clap/PresetProvider.h"
 
+#include "adapters/FactoryPresets.h"
 #include "adapters/clap/WailClap.h"
-#include "presets/ShippedPresets.h"
 
 #include <cstring>
 #include <new>
@@ -25,7 +25,7 @@ bool getMetadata(const clap::Provider* /*provider*/, std::uint32_t kind, const c
 {
     if (kind != clap::kInPlugin || receiver == nullptr)
         return false;
-    for (const ShippedPreset& preset : shippedPresets()) {
+    for (const FactoryPreset& preset : factoryPresets()) {
         if (!receiver->beginPreset(receiver, preset.name, preset.id))
             break;
         static constexpr clap::PluginId kPlugin{.abi = "clap", .id = kWailId};

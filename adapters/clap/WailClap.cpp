@@ -1,7 +1,7 @@
 #include "adapters/clap/WailClap.h"
 
+#include "adapters/FactoryPresets.h"
 #include "adapters/clap/ClapState.h"
-#include "presets/ShippedPresets.h"
 
 #include <algorithm>
 #include <cmath>
@@ -171,13 +171,15 @@ void WailClap::applyAll()
 
 bool WailClap::loadPreset(std::uint32_t kind, const char* location, const char* loadKey)
 {
-    const std::span presets = shippedPresets();
-    const auto preset = std::ranges::find_if(presets, [loadKey](const ShippedPreset& each) {
+    const std::span presets = factoryPresets();
+    const auto preset = std::ranges::find_if(presets, [loadKey](const FactoryPreset& each) {
         return loadKey != nullptr && std::strcmp(each.id, loadKey) == 0;
     });
     const bool isFound = kind == clap::kInPlugin && preset != presets.end();
-    if (isFound)
-        replaceValues(ClapParameters::fromEffect(preset->values));
+    if (isFound) {
+        parameters.setProgram(preset->values);
+        tellOfNewValues();
+    }
     if (hostPresetLoad == nullptr)
         return isFound;
     if (isFound)
@@ -187,10 +189,9 @@ bool WailClap::loadPreset(std::uint32_t kind, const char* location, const char* 
     return isFound;
 }
 
-// The host's copies of the values are stale now, and a sleeping instance has to take the new ones.
-void WailClap::replaceValues(const ClapParameters::Values& values)
+// The host's copies are stale, and if the instance sleeps, it has to wake to take the values.
+void WailClap::tellOfNewValues()
 {
-    parameters.setAll(values);
     if (hostParams != nullptr)
         hostParams->rescan(&host, clap::kRescanValues);
     if (active && host.requestProcess != nullptr)

@@ -47,7 +47,7 @@ private:
     clap::ProcessStatus process(const clap::Process& block);
     void flush(const clap::InputEvents* events);
     bool loadPreset(std::uint32_t kind, const char* location, const char* loadKey);
-    void replaceValues(const ClapParameters::Values& values);
+    void tellOfNewValues();
     std::uint32_t tailFrames() const;
 
     template <typename Sample>

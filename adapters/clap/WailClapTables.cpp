@@ -103,8 +103,10 @@ constexpr clap::State WailClap::kState{
     .load =
         [](const clap::Plugin* plugin, const clap::InputStream* stream) {
             const auto values = stream != nullptr ? loadState(*stream) : std::nullopt;
-            if (values)
-                of(plugin).replaceValues(*values);
+            if (values) {
+                of(plugin).parameters.setAll(*values);
+                of(plugin).tellOfNewValues();
+            }
             return values.has_value();
         },
 };

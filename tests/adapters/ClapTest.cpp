@@ -1,6 +1,6 @@
-#include "presets/ProgramFile.h"
 #include "tests/adapters/ClapHost.h"
 #include "tests/support/Allocations.h"
+#include "tests/support/ShippedPresets.h"
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
 
@@ -32,17 +32,6 @@ std::string stateOf(const Values& values)
 {
     return std::string("WAIL\1\0\0\0", 8) +
            std::string(reinterpret_cast<const char*>(values.data()), sizeof values);
-}
-
-Values presetValues(const std::string& id)
-{
-    std::ifstream stream(WAIL_PRESETS "/" + id + ".fxp", std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
-    const ProgramFile program = parseProgramFile(bytes, {fourCharacterCode("WAIL"), 7, 16});
-    Values values{};
-    std::copy_n(program.values.begin(), 7, values.begin());
-    values[0] = 1.0 - values[0];
-    return values;
 }
 
 // What the plug-in is to sound like: the bundle, with the values that the host's events make.
@@ -170,6 +159,7 @@ TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
 {
     Chance chance{std::mt19937(11)};
     const std::vector<double> source = strokes(1 << 16, 6000);
+    const auto presets = shippedPresets();
     Model model;
     for (int step = 0; step < 800 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
@@ -201,7 +191,7 @@ TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
         } else if (kind == 4) {
             const char* const preset = chance.pick(std::array{"gentle-sweep", "howling-comb", "bass-growl"});
             EXPECT_TRUE(instance.loadPreset(preset));
-            model.values = presetValues(preset);
+            std::copy_n(presets.at(preset).values.begin() + 1, 6, model.values.begin() + 1);
             model.hearAll();
         } else if (kind == 5) {
             flush([&](clap::Id id) { model.hear(id); });
@@ -344,21 +334,26 @@ TEST_F(Clap, ListsItsPresetsAndLoadsThem)
     provider->destroy(provider);
     EXPECT_EQ(factory->create(factory, &indexer, "com.korva.wail.presets2"), nullptr);
     ASSERT_EQ(listed.size(), 10u);
-    EXPECT_EQ(listed[1],
+    EXPECT_EQ(listed[4],
               "funk-quack|Funk Quack|clap:com.korva.wail|KORVA Corporation|Short quacks for clipped chords; "
               "each stroke opens and closes.|guitar|funk");
 
-    for (const std::string& preset : listed) {
-        const std::string id = preset.substr(0, preset.find('|'));
+    instance.flush({valueEvent(0, 1.0)});
+    for (const auto& [id, preset] : shippedPresets()) {
+        EXPECT_EQ(std::ranges::count_if(
+                      listed, [&](auto& line) { return line.starts_with(id + "|" + preset.name + "|"); }),
+                  1);
         instance.host.told.clear();
         EXPECT_TRUE(instance.loadPreset(id.c_str()));
-        EXPECT_EQ(instance.save(), stateOf(presetValues(id)));
+        Values values{1.0};  // the bypass stays
+        std::copy_n(preset.values.begin() + 1, 6, values.begin() + 1);
+        EXPECT_EQ(instance.save(), stateOf(values));
         EXPECT_EQ(instance.host.told, "rescan 1;" + id + ";");
     }
     const std::string before = instance.save();
     EXPECT_FALSE(instance.loadPreset("funk") || instance.loadPreset(nullptr) ||
                  instance.loadPreset("slow-tide", 0));
-    EXPECT_EQ(instance.host.told, "rescan 1;howling-comb;error;error;error;");
+    EXPECT_EQ(instance.host.told, "rescan 1;talking-tabla;error;error;error;");
     EXPECT_EQ(instance.save(), before);
 }
 
