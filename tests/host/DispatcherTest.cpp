@@ -33,6 +33,7 @@ auto notes(std::integer_sequence<int, words...>)
 
 }  // namespace
 
+#ifndef _WIN32  // where a number's register depends on its place among the arguments
 // In the expectations, i, v, p and f stand for the request's index, value, ptr and opt, t for a true bool.
 TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
 {
@@ -82,3 +83,4 @@ TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
         }
     }
 }
+#endif
