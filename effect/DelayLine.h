@@ -13,11 +13,14 @@
 class DelayLine
 {
 public:
+    // Entries that may be prefetched from the current one on, beyond the line's end too.
+    static constexpr VstInt32 kPrefetched = 64;
+
     // sampleRate: Hz. longestDelay: samples, the longest that is read without a test. May throw std::bad_alloc.
     DelayLine(double sampleRate, double longestDelay)
         : delayLength(static_cast<VstInt32>(sampleRate * kSeconds)),
           margin(static_cast<VstInt32>(longestDelay) + 2),  // 2: the older neighbour, and rounding
-          delayLine(new double[static_cast<std::size_t>(margin + delayLength)])
+          delayLine(new double[static_cast<std::size_t>(margin + delayLength + kPrefetched)])
     {
         clear();
     }
@@ -64,6 +67,6 @@ private:
 
     VstInt32 delayLength;                 // entries
     VstInt32 margin;                      // entries before the first
-    std::unique_ptr<double[]> delayLine;  // margin + delayLength entries
+    std::unique_ptr<double[]> delayLine;  // margin, line and kPrefetched entries
     VstInt32 writeIndex = 0;              // entry of the current sample
 };

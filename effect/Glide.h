@@ -15,11 +15,13 @@ struct Glide {
         return start >= low && start <= high && target >= low && target <= high;
     }
 
-    // Ends the glide: the next block starts from the target, or from the last finite value if the target is
-    // not finite.
-    void finish() noexcept
+    // Ends the glide: the next block starts where this one went.
+    void finish() noexcept { start = target; }
+
+    // Drops a start that is not finite: the value is at its target at once.
+    void dropInvalidStart() noexcept
     {
-        if (std::isfinite(target))
+        if (!std::isfinite(start))
             start = target;
     }
 };

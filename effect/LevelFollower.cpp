@@ -1,7 +1,5 @@
 #include "effect/LevelFollower.h"
 
-#include "effect/Magnitude.h"
-
 #include <cmath>
 
 namespace
@@ -66,13 +64,6 @@ void LevelFollower::reset() noexcept
     envelope = 0.0;
 }
 
-bool LevelFollower::isModerate() const noexcept
-{
-    constexpr double kRounding = 1e-9;  // far above what rounding can add to a smoothed 1
-    return ::isModerate(detectorShelf.z1) && ::isModerate(detectorHighpass.z1) && envelope >= 0.0 &&
-           envelope <= 1.0 && envelopeSmoother.z1 >= 0.0 && envelopeSmoother.z1 <= 1.0 + kRounding;
-}
-
 bool LevelFollower::isFinite() const noexcept
 {
     return std::isfinite(detectorShelf.z1) && std::isfinite(detectorHighpass.z1) && std::isfinite(envelope) &&
@@ -87,20 +78,6 @@ void LevelFollower::stage(PipelineSettings& settings) const noexcept
     settings.sectionsB1 = Pair{shelf.b1, highpass.b1};
     settings.sectionsFb1 = Pair{shelf.fb1, highpass.fb1};
     settings.detectorGain = inBothLanes(kDetectorGain);
-    settings.releaseCoef = inBothLanes(releaseCoef);
     settings.smootherPole = envelopeSmoother.coef.b0;
     settings.smootherInput = envelopeSmoother.coef.fb1;
-}
-
-PipelineState LevelFollower::state() const noexcept
-{
-    return {Pair{detectorShelf.z1, detectorHighpass.z1}, inBothLanes(envelope), envelopeSmoother.z1};
-}
-
-void LevelFollower::setState(const PipelineState& state) noexcept
-{
-    detectorShelf.z1 = state.sections[0];
-    detectorHighpass.z1 = state.sections[1];
-    envelope = state.envelope[0];
-    envelopeSmoother.z1 = state.smoothed;
 }

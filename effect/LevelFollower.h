@@ -1,5 +1,6 @@
 #pragma once
 
+#include "effect/Magnitude.h"
 #include "effect/Pipeline.h"
 #include "filter/IIRFilter.h"
 
@@ -34,17 +35,31 @@ public:
 
     // True if every state is moderate and the levels lie in 0 .. 1. Levels beyond 1 come from parameters beyond
     // their range.
-    bool isModerate() const noexcept;
+    bool isModerate() const noexcept
+    {
+        constexpr double kRounding = 1e-9;  // far above what rounding can add to a smoothed 1
+        return ::isModerate(detectorShelf.z1) && ::isModerate(detectorHighpass.z1) && envelope >= 0.0 &&
+               envelope <= 1.0 && envelopeSmoother.z1 >= 0.0 && envelopeSmoother.z1 <= 1.0 + kRounding;
+    }
 
     // True if every state is finite. NaN and infinity persist in each state, which feeds back by a factor that is
     // not 0, so checking once per block suffices.
     bool isFinite() const noexcept;
 
-    // The pipeline runs on copies: settings, which stage writes after every change of release or smoother, and
-    // the state, which it takes and gives back with every run.
+    // The pipeline runs on copies: settings, which stage writes after every change of the smoother, and the state,
+    // which it takes and gives back with every run.
     void stage(PipelineSettings& settings) const noexcept;
-    PipelineState state() const noexcept;
-    void setState(const PipelineState& state) noexcept;
+    PipelineState state() const noexcept
+    {
+        return {Pair{detectorShelf.z1, detectorHighpass.z1}, inBothLanes(envelope), envelopeSmoother.z1};
+    }
+    void setState(const PipelineState& state) noexcept
+    {
+        detectorShelf.z1 = state.sections[0];
+        detectorHighpass.z1 = state.sections[1];
+        envelope = state.envelope[0];
+        envelopeSmoother.z1 = state.smoothed;
+    }
 
 private:
     IIRFilter detectorShelf;

@@ -5,10 +5,6 @@ namespace
 
 constexpr double kReleaseRate = 48000.0;  // Hz: the envelope curve gives the release per sample at this rate
 
-// Bounds that the curves keep for parameters in 0 .. 1.
-constexpr double kMaxSense = 4.0;  // the curve ends at 3.16
-constexpr double kMaxReso = 0.95;  // the curve ends at 0.936
-
 // The power law offset + scale (p - center)^exponent between the two values.
 ParamCurve curve(double valueAtZero, double valueAtOne, float exponent = 1.0f, float scale = 1.0f,
                  float center = 0.0f, float offset = 0.0f)
@@ -38,10 +34,10 @@ bool MappedParameters::update(const ParameterValues& values) noexcept
 {
     bool anyChanged = false;
     const auto changed = [&anyChanged](float value, float& last) {
-        const bool isNew = value != last;  // NaN is always new
-        anyChanged |= isNew;
-        last = value;
-        return isNew;
+        if (value == last)
+            return false;
+        last = value;  // NaN is always new
+        return anyChanged = true;
     };
     if (changed(values.fSense, lastSense))
         sense.target = senseCurve.map(lastSense);
@@ -64,35 +60,13 @@ void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
     range.target = rangeCurve.map(fRange);
 }
 
-bool MappedParameters::areGliding() const noexcept
-{
-    return sense.moves() || range.moves() || reso.moves() || dry.moves() || wet.moves();
-}
-
-bool MappedParameters::areModerate() const noexcept
-{
-    return sense.staysWithin(0.0, kMaxSense) && range.staysWithin(0.0, 1.0) &&
-           reso.staysWithin(0.0, kMaxReso) && dry.staysWithin(0.0, 1.0) && wet.staysWithin(0.0, 1.0) &&
-           release >= 0.0 && release <= 1.0;
-}
-
-bool MappedParameters::areStable() const noexcept
-{
-    return reso.staysWithin(-1.0, 1.0) && release >= 0.0 && release <= 1.0;
-}
-
-void MappedParameters::finishGlides() noexcept
-{
-    for (Glide* const glide : {&sense, &range, &reso, &dry, &wet})
-        glide->finish();
-}
-
 void MappedParameters::stage(PipelineSettings& settings, VstInt32 frames) const noexcept
 {
     const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
     const auto staged = [inc](const Glide& glide) {
         return PairGlide{inBothLanes(glide.start), inBothLanes((glide.target - glide.start) * inc)};
     };
+    settings.releaseCoef = inBothLanes(release);
     settings.sense = staged(sense);
     settings.range = staged(range);
     settings.reso = staged(reso);

@@ -1,15 +1,8 @@
 #pragma once
 
+#include "effect/Pair.h"
+
 #include <cstddef>
-
-// Two samples side by side, for everything that does not wait for the sample before. Every compiler for
-// x86-64 and AArch64 has instructions for such a pair; each of its two lanes rounds as a double does.
-using Pair [[gnu::vector_size(16)]] = double;
-
-inline Pair inBothLanes(double value)
-{
-    return Pair{value, value};
-}
 
 // A value that moves linearly through a block, in both lanes: start + n step at sample n of the block.
 struct PairGlide {
@@ -40,12 +33,12 @@ inline constexpr std::ptrdiff_t kMinPipelinedLength = 14;
 // function writes.
 struct PipelineSettings {
     // MappedParameters::stage
+    Pair releaseCoef;
     PairGlide sense, range, reso, dry, wet;
 
     // LevelFollower::stage
     Pair sectionsB0, sectionsB1, sectionsFb1;  // of the shelf and the high-pass, a lane each
     Pair detectorGain;
-    Pair releaseCoef;
     double smootherPole, smootherInput;
 
     // SignalPath::stageSweep

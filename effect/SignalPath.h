@@ -54,8 +54,8 @@ public:
     // As after long silence, with the live values in force at once: fades and glides have ended.
     void reset() noexcept;
 
-    // How far the teeth are swept of what "Range" allows, 0 .. 1.
-    float sweep() const noexcept;
+    // How far the teeth are swept of what "Range" allows: 0 .. 1, or beyond if parameters are.
+    float sweep() const noexcept { return static_cast<float>(follower.level()); }
 
     const double lastSampleRate;  // Hz
 
@@ -72,7 +72,7 @@ private:
     void stageFades(bool effectOn) noexcept;
     VstInt32 runLength(VstInt32 framesLeft) const noexcept;
     void advance(VstInt32 samples) noexcept;
-    bool endBlock(Magnitude worst) noexcept;
+    bool staysFinite(Magnitude worst) noexcept;
     void clearMemory() noexcept;
 
     const ParameterValues& live;

@@ -6,6 +6,7 @@
 #include "effect/WailProgram.h"
 #include "host/K_TypeBase.h"
 
+#include <algorithm>
 #include <memory>
 
 inline constexpr VstInt32 kNumPrograms = 16;
@@ -53,7 +54,7 @@ public:
     void reset() noexcept;
 
     // Returns how far the teeth were swept of what "Range" allows at the end of the last block, 0 .. 1.
-    float sweep() const noexcept { return lastSweep; }
+    float sweep() const noexcept { return std::clamp<float>(lastSweep, 0.0f, 1.0f); }
 
     // Keep and return any value unchanged; an index out of range is ignored and reads 0.
     void setParameter(VstInt32 index, float value) override;

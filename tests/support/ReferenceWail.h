@@ -64,8 +64,10 @@ public:
         first = false;
 
         const double inc = input.size() > 1 ? 1.0 / static_cast<double>(input.size() - 1) : 0.0;
-        for (std::size_t v = 0; v < 5; ++v)
+        for (std::size_t v = 0; v < 5; ++v) {
+            from[v] = std::isfinite(from[v]) ? from[v] : to[v];
             step[v] = (to[v] - from[v]) * inc;
+        }
         const auto isTamed = [](double g) { return std::fabs(g) <= 1.0; };
         const bool stable = isTamed(from[2]) && isTamed(to[2]) && release >= 0.0 && release <= 1.0;
         if (!input.empty() && stable && !wasStable)
@@ -80,8 +82,7 @@ public:
             std::ranges::replace_if(output, notFinite, 0.0);
             silence();
         }
-        for (std::size_t v = 0; v < 5; ++v)
-            from[v] = std::isfinite(to[v]) ? to[v] : from[v];
+        from = to;
         return output;
     }
 
