@@ -1,8 +1,9 @@
 #include "effect/PipelineStages.h"
 
-// The sample path is a chain of recurrences (detector, envelope, smoother) followed by work that depends on them
-// (delay, line, mix). Done sample by sample, each would wait for the one before. Software pipelining takes the path
-// apart into four stages, each kLead = 4 samples ahead of the next, and one step advances all four by two samples:
+// The sample path is a chain of recurrences (detector, envelope, smoother) followed by work that depends on
+// them (delay, line, mix). Done sample by sample, each would wait for the one before. Software pipelining
+// takes the path apart into four stages, each kLead = 4 samples ahead of the next, and one step advances
+// all four by two samples:
 //
 //     stage    works on     does                                       hands on, in PipelineScratch
 //     detect   i + 12, 13   shelf; high-pass of the pair before        detected
@@ -10,13 +11,13 @@
 //     locate   i + 4, 5     delay, split into entries and fraction     offsets, fractions
 //     comb     i, i + 1     line read and written, mix                 (the output)
 //
-// Four samples ahead, because a stage's results are then ready, in memory, before the next stage asks for them: the
-// processor has independent work from four places while a recurrence makes it wait, and the recurrences alone bound
-// the time of a sample.
+// Four samples ahead, because a stage's results are then ready, in memory, before the next stage asks for
+// them: the processor has independent work from four places while a recurrence makes it wait, and the
+// recurrences alone bound the time of a sample.
 //
-// The high-pass is one pair late: shelf and high-pass run side by side in the two lanes of a pair, and the high-pass
-// needs what the shelf makes of the same samples. So while the shelf takes pair i, the high-pass takes what the shelf
-// made of pair i - 2, and `detected` holds each result two places after its sample.
+// The high-pass is one pair late: shelf and high-pass run side by side in the two lanes of a pair, and the
+// high-pass needs what the shelf makes of the same samples. So while the shelf takes pair i, the high-pass
+// takes what the shelf made of pair i - 2, and `detected` holds each result two places after its sample.
 
 namespace
 {
@@ -34,9 +35,9 @@ public:
     {
     }
 
-    // While values glide, testing for short delays costs 5 % of a sample's time, so a loop without the test runs as
-    // long as it is safe: inputs are inspected before their envelope is followed. At rest the test costs 2 %, and
-    // one loop suffices.
+    // While values glide, testing for short delays costs 5 % of a sample's time, so a loop without the test
+    // runs as long as it is safe: inputs are inspected before their envelope is followed. At rest the test
+    // costs 2 %, and one loop suffices.
     bool process(std::ptrdiff_t length)
     {
         fill();
@@ -51,9 +52,9 @@ public:
     }
 
 private:
-    // All stages, interleaved by hand: of two instructions that are ready a processor issues the older, so the links
-    // of the recurrences stand early and apart, among work that nothing waits for. The order is among the quickest
-    // of several hundred measured. kAboveTwo: no delay is shorter than two samples.
+    // All stages, interleaved by hand: of two instructions that are ready a processor issues the older, so
+    // the links of the recurrences stand early and apart, among work that nothing waits for. The order is
+    // among the quickest of several hundred measured. kAboveTwo: no delay is shorter than two samples.
     template <bool kAboveTwo>
     void step(std::ptrdiff_t i)
     {
@@ -88,7 +89,8 @@ private:
         }
     }
 
-    // Lets each stage catch up; i: the first sample that is not mixed yet. The shelf has no pair left to take.
+    // Lets each stage catch up; i: the first sample that is not mixed yet. The shelf has no pair left to
+    // take.
     void drain(std::ptrdiff_t i)
     {
         const double shelf = stages.sections[0];

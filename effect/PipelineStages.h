@@ -19,8 +19,8 @@ struct PipelineScratch {
         Pair) std::int32_t offsets[kMaxRunLength];  // from the sample's entry to the newer one to read, <= 0
 };
 
-// One run in progress. Its fields live in registers, so whatever is indexed lies outside, in PipelineScratch. An operation on
-// sample i works on samples i and i + 1.
+// One run in progress. Its fields live in registers, so whatever is indexed lies outside, in
+// PipelineScratch. An operation on sample i works on samples i and i + 1.
 template <bool kGliding, bool kSwitching>
 class PipelineStages
 {
@@ -44,8 +44,8 @@ public:
         collectInputBits(i);
     }
 
-    // The shelf's two outputs stay apart on their way to the high-pass: joined in a pair, the first would wait for the
-    // second, and the next pair for both.
+    // The shelf's two outputs stay apart on their way to the high-pass: joined in a pair, the first would
+    // wait for the second, and the next pair for both.
     void filterPair(std::ptrdiff_t i, double x0, double x1)
     {
         const Pair y0 = filter(x0, shelved0);

@@ -54,8 +54,8 @@ void SignalPath::setInvert() noexcept
     stageSweep();
 }
 
-// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert never
-// disturbs a transition.
+// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert
+// never disturbs a transition.
 bool SignalPath::takeParameters(bool firstBlock) noexcept
 {
     if (parameters.update(live)) {
@@ -77,8 +77,8 @@ bool SignalPath::takeParameters(bool firstBlock) noexcept
     return std::isnan(onOff) || std::isnan(invert);
 }
 
-// Cuts the block into runs. From the first one whose results are not moderate, the rest of the block is processed
-// sample by sample and inspected.
+// Cuts the block into runs. From the first one whose results are not moderate, the rest of the block is
+// processed sample by sample and inspected.
 template <typename Sample>
 void SignalPath::process(const Sample* input, Sample* output, VstInt32 frames) noexcept
 {
@@ -140,8 +140,8 @@ VstInt32 SignalPath::runLength(VstInt32 framesLeft) const noexcept
                      delayLine.samplesToWrap(), VstInt32{kMaxRunLength}});
 }
 
-// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line does, since
-// each input is written to it.
+// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line
+// does, since each input is written to it.
 Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
 {
     const auto length = static_cast<std::size_t>(run.length);
@@ -171,8 +171,8 @@ void SignalPath::stageSweep() noexcept
     settings.wetDelayGain = inBothLanes(wetDelayGain);
 }
 
-// Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does not follow
-// it yet, so another transition starts.
+// Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does
+// not follow it yet, so another transition starts.
 void SignalPath::advance(VstInt32 samples) noexcept
 {
     const bool wasFading = invertSwitch.state != FadeSwitch::kIdle;
@@ -184,8 +184,8 @@ void SignalPath::advance(VstInt32 samples) noexcept
         invertSwitch.state = FadeSwitch::kFadingOut;
 }
 
-// The end of a block that was not moderate throughout. worst: of its runs. Returns true if every sample and every state
-// is finite.
+// The end of a block that was not moderate throughout. worst: of its runs. Returns true if every sample and
+// every state is finite.
 bool SignalPath::staysFinite(Magnitude worst) noexcept
 {
     memoryIsModerate = gainsAreModerate && follower.isModerate() && delayLine.isModerate();

@@ -2,8 +2,8 @@
 
 // The samples of one run: two at a time through the pipeline, or one by one.
 
-// The quick form of processEachSample, for moderate gains and memory; short runs, a last odd sample and runs in which
-// both switches fade are left to that. Returns true if every input is small.
+// The quick form of processEachSample, for moderate gains and memory; short runs, a last odd sample and
+// runs in which both switches fade are left to that. Returns true if every input is small.
 bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
 {
     const bool onOffFades = onOffSwitch.state != FadeSwitch::kIdle;

@@ -115,8 +115,8 @@ TEST(Reset, GivesTheStateOfLongSilenceWithThePresentValues)
     EXPECT_EQ(one, other);
 }
 
-// A steady tone drives the envelope to its end if "Sense" is high, and the smoother (2.7 Hz) follows within a second;
-// in silence the envelope falls by 1/e in 0.23 s.
+// A steady tone drives the envelope to its end if "Sense" is high, and the smoother (2.7 Hz) follows within
+// a second; in silence the envelope falls by 1/e in 0.23 s.
 TEST(Sweep, FollowsTheLevelAndEndsAtOne)
 {
     Wail effect(noHost);

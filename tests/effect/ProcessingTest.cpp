@@ -40,8 +40,8 @@ struct Twins {
         reference.resume();
     }
 
-    // Returns true if both render a block to the same bits. The effect's output is never subnormal or non-finite,
-    // and it allocates nothing.
+    // Returns true if both render a block to the same bits. The effect's output is never subnormal or
+    // non-finite, and it allocates nothing.
     bool agreeOn(std::vector<double> input, bool inPlace = true)
     {
         const std::vector<double> expected = reference.process(input);
@@ -60,7 +60,8 @@ struct Twins {
     ReferenceWail reference;
 };
 
-// Everything that a host may do to an effect between blocks. extreme: parameters are often at their upper end.
+// Everything that a host may do to an effect between blocks. extreme: parameters are often at their upper
+// end.
 void randomHostCalls(Chance& chance, Twins& twins, bool extreme)
 {
     const float odd[] = {0.5f, NAN};  // of a switch
@@ -138,8 +139,8 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
     }
 }
 
-// A loud square wave of the comb's own pitch brings the line to the end of the range of double; the overflow shows in
-// the output only later, within the block or in the next.
+// A loud square wave of the comb's own pitch brings the line to the end of the range of double; the
+// overflow shows in the output only later, within the block or in the next.
 TEST(Processing, FindsAnOverflowHoweverLateItComes)
 {
     constexpr std::size_t kBlock = 1024;

@@ -26,8 +26,8 @@ void settle(const Plugin& plugin, const Wild& wild, float rate)
 
 }  // namespace
 
-// Feedback beyond 1 makes the line grow, and a release beyond 1 the envelope, by far more than they could ever
-// forget. Once the values are stable again, at both ends of their glides, nothing of that is left.
+// Feedback beyond 1 makes the line grow, and a release beyond 1 the envelope, by far more than they could
+// ever forget. Once the values are stable again, at both ends of their glides, nothing of that is left.
 TEST(Recovery, IsCompleteWithTheFirstStableBlockAfterUnstableOnes)
 {
     const Wild unstable[] = {{kReso, 1e38f, 0.0f},     {kReso, 10.0f, 1.0f},  {kReso, -3.0f, 0.0f},

@@ -45,7 +45,8 @@ TEST(Threads, PlayWhileOthersSetAndReadEverything)
     playing = false;
 }
 
-// Sets "On/Off" while a long block is being processed, or just before it if the machine makes the threads wait.
+// Sets "On/Off" while a long block is being processed, or just before it if the machine makes the threads
+// wait.
 TEST(Threads, AParameterSetDuringABlockTakesEffectWithTheNext)
 {
     const std::vector<double> input = noise(1 << 22);
