@@ -1,7 +1,8 @@
-// render_session FILE: renders one fixed session of a busy host through the bundle of this build and writes its
-// samples, as they lie in memory, to FILE.
-// render_session FILE LIMIT: renders it and says how far it lies from the one in FILE; exit status 1 beyond LIMIT,
-// in full scale, and 2 when there is no such session.
+// render_session [--module MODULE] FILE: renders one fixed session of a busy host through the bundle of this build,
+// or through MODULE, which may have the entry point of any plug-in interface, and writes its samples, as they lie
+// in memory, to FILE.
+// render_session [--module MODULE] FILE LIMIT: renders it and says how far it lies from the one in FILE; exit
+// status 1 beyond LIMIT, in full scale, and 2 when there is no such session.
 
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
@@ -15,9 +16,8 @@ namespace
 
 // Every machine has the same input and the same moves of the host: nothing but exactly rounded arithmetic
 // makes them. The seed is one whose settings meet the mathematics libraries where they differ.
-std::vector<double> renderSession()
+std::vector<double> renderSession(const Plugin& plugin)
 {
-    const Plugin plugin;
     Chance chance{std::mt19937(43)};
     std::vector<double> session;
     for (const float rate : {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
@@ -47,7 +47,13 @@ std::vector<double> renderSession()
 
 int main(int argc, char** argv)
 {
-    const std::vector<double> session = renderSession();
+    std::string module = WAIL_BUNDLE;
+    if (argc > 2 && argv[1] == std::string("--module")) {
+        module = argv[2];
+        argc -= 2;
+        argv += 2;
+    }
+    const std::vector<double> session = renderSession(Plugin(makeEffect(loadLibrary(module))));
     const auto size = static_cast<std::streamsize>(session.size() * sizeof(double));
     if (argc == 2) {
         std::ofstream file(argv[1], std::ios::binary);
