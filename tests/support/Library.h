@@ -4,7 +4,9 @@
 #include <string>
 
 #ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
+#undef interface  // by which some of its headers mean struct
 #else
 #include <dlfcn.h>
 #endif

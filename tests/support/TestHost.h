@@ -37,14 +37,6 @@ inline EntryPoint entryPoint(const char* name, void* bundle = loadLibrary(WAIL_B
     return reinterpret_cast<EntryPoint>(findSymbol(bundle, name));
 }
 
-// A new effect of any module, through whichever entry point it has.
-inline AEffect* makeEffect(void* module)
-{
-    if (void* const make = findSymbol(module, "VSTPluginMain"))
-        return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(hostCallback);
-    return std::unique_ptr<K_TypeIF>(entryPoint("getinterface", module)(hostCallback))->aeffect;
-}
-
 // An effect, driven through its record alone.
 class Plugin
 {
