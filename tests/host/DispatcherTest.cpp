@@ -34,9 +34,8 @@ auto notes(std::integer_sequence<int, words...>)
 
 }  // namespace
 
-// In the expectations, i, v, p and f stand for the request's index, value, ptr and opt, I and V for whether index and
-// value are not 0.
-TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
+// Arguments: i, v, p and f stand for the request's index, value, ptr and opt, I and V for index != 0 and value != 0.
+TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
 {
     struct {
         VstInt32 opcode;

@@ -18,7 +18,7 @@ TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
     EXPECT_EQ(std::string(r.future, sizeof r.future), std::string(56, '\0'));
 }
 
-TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyWhereOneAsksForIt)
+TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
 {
     const std::map<VstInt32, VstIntPtr> answers{{effGetProgram, 2},
                                                 {effIdentify, 0x4E764566},
@@ -78,7 +78,7 @@ TEST(PluginRecord, LeavesSinglePrecisionBuffersAsTheyAre)
     EXPECT_EQ(sample, 0.25f);
 }
 
-TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
+TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 {
     const Plugin plugin;
     AEffect& r = *plugin.record;
@@ -107,7 +107,7 @@ TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
         (std::vector{23, 24, 25, 29, 49, 50}));
 }
 
-// One jack each way with one signal, numbered from 0, and no dry input; whichever jack the host asks about.
+// One jack each way with one signal, numbered from 0, and no dry input, also for a jack that does not exist.
 TEST(PluginRecord, DescribesItsJacksThroughTheExtension)
 {
     const Plugin plugin;

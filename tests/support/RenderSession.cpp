@@ -1,7 +1,7 @@
-// render_session FILE: renders one fixed session of a busy host through the bundle of this build and writes its
-// samples, as they lie in memory, to FILE.
-// render_session FILE LIMIT: renders it and says how far it lies from the one in FILE; exit status 1 beyond LIMIT,
-// in full scale, and 2 when there is no such session.
+// render_session FILE: renders a fixed session of a busy host through the bundle of this build and writes the samples
+// to FILE, in the machine's byte order.
+// render_session FILE LIMIT: renders it and prints by how much it differs from the session in FILE. Exit status 1 if
+// a sample differs by more than LIMIT, in full scale, and 2 if FILE holds no session.
 
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
@@ -13,12 +13,12 @@
 namespace
 {
 
-// Every machine has the same input and the same moves of the host: nothing but exactly rounded arithmetic
-// makes them. The seed is one whose settings meet the mathematics libraries where they differ.
+// The input and the host's calls are the same on every machine: only exactly rounded arithmetic makes them. With this
+// seed, the mathematics libraries of the supported machines return different results for some settings.
 std::vector<double> renderSession()
 {
     const Plugin plugin;
-    Chance chance{std::mt19937(43)};
+    Random random{std::mt19937(43)};
     std::vector<double> session;
     for (const float rate : {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
         plugin.setRate(rate);
@@ -26,15 +26,15 @@ std::vector<double> renderSession()
         double level = 1.0;
         for (double& sample : samples) {
             sample *= level;
-            level = chance.oneIn(8192) ? 1.0 : level * 0.999;
+            level = random.oneIn(8192) ? 1.0 : level * 0.999;
         }
         for (std::size_t at = 0; at < samples.size();) {
-            const auto index = static_cast<VstInt32>(chance.random() % 7);
-            const float value = chance.share();
+            const auto index = static_cast<VstInt32>(random.next() % 7);
+            const float value = random.share();
             plugin.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
-            if (chance.oneIn(50))
-                plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(chance.random() % 16));
-            const std::size_t length = std::min<std::size_t>(chance.random() % 128, samples.size() - at);
+            if (random.oneIn(50))
+                plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(random.next() % 16));
+            const std::size_t length = std::min<std::size_t>(random.next() % 128, samples.size() - at);
             plugin.process(samples.data() + at, static_cast<VstInt32>(length));
             at += length;
         }
