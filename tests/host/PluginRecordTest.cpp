@@ -20,27 +20,17 @@ TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
 
 TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
 {
-    const std::map<VstInt32, VstIntPtr> answers{{effGetProgram, 2},
-                                                {effIdentify, 0x4E764566},
-                                                {effCanBeAutomated, 1},
-                                                {effGetProgramNameIndexed, 1},
-                                                {effGetPlugCategory, 1},
-                                                {effGetEffectName, 1},
-                                                {effGetVendorString, 1},
-                                                {effGetProductString, 1},
-                                                {effGetVendorVersion, 1000},
-                                                {effGetParameterProperties, 1},
-                                                {effGetVstVersion, 2400},
-                                                {effGetCurrentMidiProgram, -1},
-                                                {effSetTotalSampleToProcess, 2}};
-    const std::map<VstInt32, std::string> texts{{effGetProgramName, "Init 3"},
-                                                {effGetParamLabel, ""},
-                                                {effGetParamDisplay, " 8.42"},
-                                                {effGetParamName, "Sense"},
-                                                {effGetProgramNameIndexed, "Init"},
-                                                {effGetEffectName, "Wail"},
-                                                {effGetVendorString, "KORVA Corporation"},
-                                                {effGetProductString, "Wail"}};
+    // clang-format off
+    const std::map<VstInt32, VstIntPtr> answers{
+        {effGetProgram, 2}, {effIdentify, 0x4E764566}, {effCanBeAutomated, 1}, {effGetProgramNameIndexed, 1},
+        {effGetPlugCategory, 1}, {effGetEffectName, 1}, {effGetVendorString, 1}, {effGetProductString, 1},
+        {effGetVendorVersion, 1000}, {effGetParameterProperties, 1}, {effGetVstVersion, 2400},
+        {effGetCurrentMidiProgram, -1}, {effSetTotalSampleToProcess, 2}};
+    const std::map<VstInt32, std::string> texts{
+        {effGetProgramName, "Init 3"}, {effGetParamLabel, ""}, {effGetParamDisplay, " 8.42"},
+        {effGetParamName, "Sense"}, {effGetProgramNameIndexed, "Init"}, {effGetEffectName, "Wail"},
+        {effGetVendorString, "KORVA Corporation"}, {effGetProductString, "Wail"}};
+    // clang-format on
     const std::string untouched(512, '#');
     const Plugin plugin;
     hostCalls.clear();
