@@ -154,8 +154,8 @@ bool processAt(std::uint64_t offset, AEffect* effect, double** channels, VstInt3
                  "pmovmskb %%xmm6, %[kept]\n\t"
                  : [kept] "=&S"(kept), "+c"(effect), "+d"(inputs), "+r"(outputs), "+r"(count)
                  : [offset] "r"(offset), [process] "r"(process)
-                 : "rax", "rbx", "r10", "r11", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm15",
-                   "memory", "cc");
+                 : "rax", "rbx", "r10", "r11", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6",
+                   "xmm15", "memory", "cc");
     return kept == 0xffff;
 }
 
@@ -168,8 +168,8 @@ TEST(WindowsModules, ExportTheirEntryPointsAndNeedWindowsAlone)
         const Image image(loadLibrary(pathOf(module.file)));
         EXPECT_EQ(image.exports(), module.exports);
         EXPECT_EQ(image.libraries(), (std::set<std::string>{"KERNEL32.dll", "msvcrt.dll"}));
-        EXPECT_EQ(image.header().DllCharacteristics & (IMAGE_DLLCHARACTERISTICS_NX_COMPAT |
-                                                       IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE),
+        EXPECT_EQ(image.header().DllCharacteristics &
+                      (IMAGE_DLLCHARACTERISTICS_NX_COMPAT | IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE),
                   IMAGE_DLLCHARACTERISTICS_NX_COMPAT | IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
     }
 }
@@ -185,7 +185,8 @@ TEST(WindowsModules, LeaveNothingBehindWhenTheyAreUnloaded)
     };
     for (const Module& module : kModules) {
         SCOPED_TRACE(module.file);
-        const std::string copy = testing::TempDir() + "Again" + std::to_string(GetCurrentProcessId()) + module.file;
+        const std::string copy =
+            testing::TempDir() + "Again" + std::to_string(GetCurrentProcessId()) + module.file;
         std::filesystem::copy_file(pathOf(module.file), copy);
         std::pair<DWORD, DWORD> before;
         for (int life = 0; life < 100; ++life) {
@@ -219,8 +220,9 @@ TEST(WindowsModules, HaveTheRecordWhereHostsReadIt)
             std::memcpy(&value, bytes + offset, sizeof value);
             return value;
         };
-        const std::pair<std::size_t, VstInt32> words[] = {
-            {0, 0x56737450}, {40, 16}, {44, 7}, {48, 1}, {52, 1}, {56, 4112}, {80, 0}, {112, 0x5741494c}, {116, 1}};
+        const std::pair<std::size_t, VstInt32> words[] = {{0, 0x56737450}, {40, 16},          {44, 7},
+                                                          {48, 1},         {52, 1},           {56, 4112},
+                                                          {80, 0},         {112, 0x5741494c}, {116, 1}};
         for (const auto& [offset, value] : words)
             EXPECT_EQ(word(offset), value) << offset;
         for (const std::size_t offset : {8, 16, 24, 32, 96, 120, 128}) {
