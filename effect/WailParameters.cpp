@@ -3,7 +3,6 @@
 #include "host/CopyText.h"
 
 #include <algorithm>
-#include <mutex>
 
 constexpr std::array<Wail::Parameter, kNumParams> Wail::kParameters{{
     {"On/Off", true, &Wail::fOnOff, &WailProgram::fOnOff},
@@ -24,7 +23,7 @@ const Wail::Parameter* Wail::findParameter(VstInt32 index) noexcept
 void Wail::setParameter(VstInt32 index, float value)
 {
     const Parameter* const parameter = findParameter(index);
-    const std::lock_guard lock(paramMutex);
+    const ScopedLock lock(paramMutex);
     if (parameter == nullptr)
         return;
     programs[curProgram].*parameter->stored = value;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <mutex>
 
 namespace
 {
@@ -19,7 +18,7 @@ void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sa
 {
     if (sampleFrames < 0)
         return;
-    const std::lock_guard lock(paramMutex);
+    const ScopedLock lock(paramMutex);
     if (delayLine == nullptr) {
         if (sampleFrames > 0 && inputs[0] != outputs[0])
             std::copy_n(inputs[0], sampleFrames, outputs[0]);

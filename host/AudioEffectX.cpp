@@ -3,6 +3,8 @@
 #include "host/AEffEditor.h"
 #include "host/CanDos.h"
 
+#include <initializer_list>
+
 namespace
 {
 
