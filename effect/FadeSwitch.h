@@ -55,6 +55,9 @@ struct FadeSwitch {
         }
     }
 
+    // Ends a transition at once.
+    void stop() noexcept { position = state = kIdle; }
+
     std::int32_t length;         // samples in one fade, 1 or more
     double step;                 // 1 / length
     std::int32_t position = 0;   // index within the running fade

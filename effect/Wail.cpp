@@ -1,9 +1,12 @@
 #include "effect/Wail.h"
 
+#include "effect/FlushToZero.h"
 #include "host/CopyText.h"
 #include "host/PluginFactory.h"
 
+#include <algorithm>
 #include <new>
+#include <utility>
 
 AudioEffect* createPluginFilter(audioMasterCallback audioMaster)
 {
@@ -18,6 +21,79 @@ Wail::Wail(audioMasterCallback callback)
     setNumInputs(1);
     setNumOutputs(1);
     canDoubleReplacing(true);
+}
+
+// The new path is complete before it replaces the old one.
+void Wail::setSampleRate(float newSampleRate)
+{
+    const double rate = newSampleRate;
+    if (!(rate >= kMinSampleRate && rate <= kMaxSampleRate))
+        return;
+    if (signalPath != nullptr && rate == signalPath->lastSampleRate)
+        return;
+    try {
+        signalPath = std::make_unique<SignalPath>(rate, live);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+    parametersAreNew = true;
+    resume();
+}
+
+void Wail::resume()
+{
+    if (signalPath != nullptr)
+        signalPath->clearLine();
+    K_TypeBase::resume();
+}
+
+void Wail::setInvert()
+{
+    if (signalPath != nullptr)
+        signalPath->setInvert();
+}
+
+void Wail::reset() noexcept
+{
+    const ScopedLock lock(paramMutex);
+    if (signalPath == nullptr)
+        return;
+    const FlushToZero flushToZero;
+    signalPath->reset();
+    firstBlock = false;
+    lastSweep = 0.0f;
+}
+
+void Wail::processReplacing(float** /*inputs*/, float** /*outputs*/, VstInt32 /*sampleFrames*/) {}
+
+void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames)
+{
+    if (sampleFrames > 0)
+        processBlock(inputs[0], outputs[0], sampleFrames);
+    else if (sampleFrames == 0)
+        processBlock<double>(nullptr, nullptr, 0);
+}
+
+void Wail::processSinglePrecision(const float* input, float* output, VstInt32 sampleFrames)
+{
+    if (sampleFrames >= 0)
+        processBlock(input, output, sampleFrames);
+}
+
+template <typename Sample>
+void Wail::processBlock(const Sample* input, Sample* output, VstInt32 frames)
+{
+    const ScopedLock lock(paramMutex);
+    if (signalPath == nullptr) {
+        if (input != output)
+            std::copy_n(input, frames, output);
+        return;
+    }
+    const FlushToZero flushToZero;
+    if (parametersAreNew)
+        parametersAreNew = signalPath->takeParameters(std::exchange(firstBlock, false));
+    signalPath->process(input, output, frames);
+    lastSweep = signalPath->sweep();
 }
 
 bool Wail::getEffectName(char* name)

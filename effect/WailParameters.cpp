@@ -1,24 +1,18 @@
 #include "effect/Wail.h"
-
 #include "host/CopyText.h"
 
 #include <algorithm>
 
-constexpr std::array<Wail::Parameter, kNumParams> Wail::kParameters{{
-    {"On/Off", true, &Wail::fOnOff, &WailProgram::fOnOff},
-    {"Sense", false, &Wail::fSense, &WailProgram::fSense},
-    {"Reso", false, &Wail::fReso, &WailProgram::fReso},
-    {"Range", false, &Wail::fRange, &WailProgram::fRange},
-    {"Balance", false, &Wail::fBalance, &WailProgram::fBalance},
-    {"Invert", true, &Wail::fInvert, &WailProgram::fInvert},
-    {"Envelope", false, &Wail::fEnvelope, &WailProgram::fEnvelope},
-}};
+namespace
+{
 
-// Null for an index out of range.
-const Wail::Parameter* Wail::findParameter(VstInt32 index) noexcept
+// Returns null if the index is out of range.
+const Parameter* findParameter(VstInt32 index) noexcept
 {
     return index >= 0 && index < kNumParams ? &kParameters[static_cast<std::size_t>(index)] : nullptr;
 }
+
+}  // namespace
 
 void Wail::setParameter(VstInt32 index, float value)
 {
@@ -26,8 +20,8 @@ void Wail::setParameter(VstInt32 index, float value)
     const ScopedLock lock(paramMutex);
     if (parameter == nullptr)
         return;
-    programs[curProgram].*parameter->stored = value;
-    this->*parameter->live = value;
+    programs[curProgram].*parameter->value = value;
+    live.*parameter->value = value;
     parametersAreNew = true;
 }
 
@@ -36,7 +30,7 @@ float Wail::getParameter(VstInt32 index)
     const Parameter* const parameter = findParameter(index);
     if (parameter == nullptr)
         return 0.0f;
-    return this->*parameter->live;
+    return live.*parameter->value;
 }
 
 void Wail::getParameterName(VstInt32 index, char* text)

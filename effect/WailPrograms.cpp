@@ -13,7 +13,7 @@ void Wail::setProgram(VstInt32 program)
         return;
     curProgram = program;
     for (VstInt32 index = 0; index < kNumParams; ++index)
-        setParameter(index, programs[program].*findParameter(index)->stored);
+        setParameter(index, programs[program].*kParameters[static_cast<std::size_t>(index)].value);
 }
 
 void Wail::setProgramName(char* name)

@@ -134,7 +134,7 @@ EXPORT(processLive) float processLive(Channel* channel, float* samples, int fram
 }
 
 // How far the teeth are swept, 0 .. 1, at the end of the last block.
-EXPORT(sweep) double sweep(const Channel* channel)
+EXPORT(sweep) float sweep(const Channel* channel)
 {
     return channel->effect.sweep();
 }

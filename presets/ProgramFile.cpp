@@ -42,7 +42,7 @@ public:
     template <std::size_t size>
     void fill(std::array<char, size>& field)
     {
-        std::copy_n(bytes(size).begin(), size, field.begin());
+        std::ranges::copy(bytes(size), field.begin());
     }
     void expectEnd(const char* otherwise) const
     {

@@ -26,6 +26,7 @@ public:
         written = 0;
         envelope = smoothed = 0.0;
         from = to = {};
+        wasStable = true;
         const auto warped = [rate](double f) {
             return std::tan(3.141592653589794 * std::min(f, 0.5 * rate) / rate);
         };
@@ -63,8 +64,15 @@ public:
         first = false;
 
         const double inc = input.size() > 1 ? 1.0 / static_cast<double>(input.size() - 1) : 0.0;
-        for (std::size_t v = 0; v < 5; ++v)
+        for (std::size_t v = 0; v < 5; ++v) {
+            from[v] = std::isfinite(from[v]) ? from[v] : to[v];
             step[v] = (to[v] - from[v]) * inc;
+        }
+        const auto isTamed = [](double g) { return std::fabs(g) <= 1.0; };
+        const bool stable = isTamed(from[2]) && isTamed(to[2]) && release >= 0.0 && release <= 1.0;
+        if (!input.empty() && stable && !wasStable)
+            silence();
+        wasStable = input.empty() ? wasStable : stable;
         finite = true;
         std::vector<double> output;
         for (const double x : input)
@@ -72,14 +80,19 @@ public:
         if (!finite) {
             const auto notFinite = [](double sample) { return !std::isfinite(sample); };
             std::ranges::replace_if(output, notFinite, 0.0);
-            shelf.z1 = highpass.z1 = envelope = smoothed = 0.0;
-            resume();
+            silence();
         }
         from = to;
         return output;
     }
 
 private:
+    void silence()
+    {
+        shelf.z1 = highpass.z1 = envelope = smoothed = 0.0;
+        resume();
+    }
+
     struct Section {  // of the first order
         double b0, b1, fb1;
         double z1 = 0.0;
@@ -170,7 +183,7 @@ private:
     }
 
     double fs = 0.0;
-    bool first = true, finite = true;
+    bool first = true, finite = true, wasStable = true;
     int fade = 0;
     Switch onOff{}, invert{};
     Section shelf{}, highpass{};

@@ -1,0 +1,75 @@
+#include "effect/MappedParameters.h"
+
+namespace
+{
+
+constexpr double kReleaseRate = 48000.0;  // Hz: the envelope curve gives the release per sample at this rate
+
+// The power law offset + scale (p - center)^exponent between the two values.
+ParamCurve curve(double valueAtZero, double valueAtOne, float exponent = 1.0f, float scale = 1.0f,
+                 float center = 0.0f, float offset = 0.0f)
+{
+    return {.valueAtOne = valueAtOne,
+            .valueAtZero = valueAtZero,
+            .scale = scale,
+            .center = center,
+            .offset = offset,
+            .exponent = exponent};
+}
+
+}  // namespace
+
+MappedParameters::MappedParameters(double sampleRate) noexcept
+    : senseCurve(curve(0.630957344, 3.16)),                    // -4 dB to +10 dB
+      rangeCurve(curve(0.75, 1.0, 0.5f)),                      // setRangeLow sets the low end
+      envelopeCurve(curve(0.9, 0.999908444471572)),            // 32764/32767
+      resoCurve(curve(0.250007629627369, 0.935789056062502)),  // 8192/32767 to 30663/32767
+      dryCurve(curve(0.0, 1.0, 2.0f, -1.0f, 0.0f, 1.0f)),      // 1 - p^2
+      wetCurve(curve(0.0, 1.0, 2.0f, -1.0f, 1.0f, 1.0f)),      // 1 - (p - 1)^2
+      releaseExponent(kReleaseRate / sampleRate)
+{
+}
+
+bool MappedParameters::update(const ParameterValues& values) noexcept
+{
+    bool anyChanged = false;
+    const auto changed = [&anyChanged](float value, float& last) {
+        const bool isNew = value != last;  // NaN is always new
+        anyChanged |= isNew;
+        last = value;
+        return isNew;
+    };
+    if (changed(values.fSense, lastSense))
+        sense.target = senseCurve.map(lastSense);
+    if (changed(values.fReso, lastReso))
+        reso.target = resoCurve.map(lastReso);
+    if (changed(values.fRange, lastRange))
+        range.target = rangeCurve.map(lastRange);
+    if (changed(values.fBalance, lastBalance)) {
+        dry.target = dryCurve.map(lastBalance);
+        wet.target = wetCurve.map(lastBalance);
+    }
+    if (changed(values.fEnvelope, lastEnvelope))
+        release = powerOfSingle(envelopeCurve.map(lastEnvelope), releaseExponent);
+    return anyChanged;
+}
+
+void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
+{
+    rangeCurve.valueAtZero = valueAtZero;
+    range.target = rangeCurve.map(fRange);
+}
+
+void MappedParameters::stage(PipelineSettings& settings, VstInt32 frames) const noexcept
+{
+    const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
+    const auto staged = [inc](const Glide& glide) {
+        return PairGlide{inBothLanes(glide.start), inBothLanes((glide.target - glide.start) * inc)};
+    };
+    settings.releaseCoef = inBothLanes(release);
+    settings.sense = staged(sense);
+    settings.range = staged(range);
+    settings.reso = staged(reso);
+    settings.dry = staged(dry);
+    settings.wet = staged(wet);
+}

@@ -1,0 +1,287 @@
+#include "effect/SignalPath.h"
+
+#include <array>
+#include <limits>
+#include <type_traits>
+
+namespace
+{
+
+// One direction of the sweep.
+struct Sweep {
+    double base;          // delay at rest, s
+    double depth;         // delay change of a full sweep, s
+    double rangeLow;      // r at "Range" 0
+    double smootherFreq;  // Hz
+};
+
+constexpr Sweep kDownward{0.001458333333, 0.001458333333, 0.75, 2.726345};  // "Invert" off: louder is shorter
+constexpr Sweep kUpward{0.0003125, 0.001833333333, 0.25, 5.1498405};        // "Invert" on: louder is longer
+
+// The longest delay of parameters in 0 .. 1; the other direction's is its base, which is shorter.
+constexpr double kLongestDelay = kUpward.base + kUpward.depth;  // s
+
+float toSingle(double sample) noexcept
+{
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    if (!std::isfinite(sample))
+        return 0.0f;  // as the recovery at the end of the block makes it in double precision
+    const auto rounded = static_cast<float>(std::clamp(sample, -kLargest, kLargest));
+    return std::fabs(rounded) < std::numeric_limits<float>::min() ? 0.0f : rounded;
+}
+
+}  // namespace
+
+SignalPath::SignalPath(double sampleRate, const ParameterValues& values)
+    : lastSampleRate(sampleRate), live(values), delayLine(sampleRate, sampleRate * kLongestDelay),
+      follower(sampleRate, kDownward.smootherFreq), parameters(sampleRate),
+      onOffSwitch(sampleRate, values.fOnOff), invertSwitch(sampleRate, 0.0f)
+{
+    setInvert();
+    invertSwitch.lastValue = appliedInvert;  // what the sweep stands at, whatever the host sets now
+}
+
+void SignalPath::setInvert() noexcept
+{
+    appliedInvert = live.fInvert;
+    const Sweep& sweep = appliedInvert == 1.0f ? kUpward : kDownward;
+    sweepBase = lastSampleRate * sweep.base;
+    sweepDepth = lastSampleRate * sweep.depth;
+    parameters.setRangeLow(sweep.rangeLow, live.fRange);
+    glidesAreStale = true;
+    follower.setSmoother(sweep.smootherFreq, lastSampleRate);
+    follower.stage(settings);
+    stageSweep();
+}
+
+// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert never
+// disturbs a transition.
+bool SignalPath::takeParameters(bool firstBlock) noexcept
+{
+    if (parameters.update(live)) {
+        glidesAreStale = true;
+        follower.setRelease(parameters.release);
+    }
+    const float onOff = live.fOnOff;
+    const float invert = live.fInvert;
+    if (firstBlock)
+        setInvert();
+    else {
+        if (onOff != onOffSwitch.lastValue)
+            onOffSwitch.state = FadeSwitch::kFadingOut;
+        if (invert != invertSwitch.lastValue && invertSwitch.state == FadeSwitch::kIdle)
+            invertSwitch.state = FadeSwitch::kFadingOut;
+    }
+    onOffSwitch.lastValue = onOff;
+    invertSwitch.lastValue = invert;
+    return std::isnan(onOff) || std::isnan(invert);
+}
+
+// Cuts the block into runs. From the first one whose results are not moderate, the rest of the block is processed
+// sample by sample and inspected.
+template <typename Sample>
+void SignalPath::process(const Sample* input, Sample* output, VstInt32 frames) noexcept
+{
+    if (frames > 0 && glidesAreStale)
+        prepareGlides(frames);
+    Magnitude worst = memoryIsModerate && gainsAreModerate ? Magnitude::kSmall : Magnitude::kFinite;
+    VstInt32 length = 0;
+    for (VstInt32 first = 0; first < frames; first += length) {
+        length = runLength(frames - first);
+        if (invertSwitch.isSilent())
+            setInvert();
+        Run run{nullptr, nullptr, delayLine.current(), length, first};
+        if constexpr (std::is_same_v<Sample, double>) {
+            run.input = input + first;
+            run.output = output + first;
+            worst = std::max(worst, processRun(run, worst));
+        } else {
+            std::array<double, kMaxRunLength> samples;
+            std::copy_n(input + first, length, samples.begin());
+            run.input = run.output = samples.data();
+            worst = std::max(worst, processRun(run, worst));
+            std::transform(samples.begin(), samples.begin() + length, output + first, toSingle);
+        }
+        advance(length);
+    }
+    if (frames > 0 && !endBlock(worst)) {
+        std::replace_if(
+            output, output + frames, [](Sample s) { return !std::isfinite(s); }, Sample{0});
+        clearMemory();
+    }
+    if (glidesAreStale)
+        parameters.finishGlides();
+}
+
+template void SignalPath::process(const double*, double*, VstInt32) noexcept;
+template void SignalPath::process(const float*, float*, VstInt32) noexcept;
+
+// Prepares the glides of a block, which go on even if the silent point of a switch sets a new target.
+void SignalPath::prepareGlides(VstInt32 frames) noexcept
+{
+    gainsAreModerate = parameters.areModerate();
+    if (!gainsAreModerate)
+        parameters.dropInvalidStarts();
+    const bool isStable = gainsAreModerate || parameters.areStable();
+    if (isStable && !wasStable)
+        clearMemory();
+    wasStable = isStable;
+    parameters.stage(settings, frames);
+    gliding = parameters.areGliding();
+    glidesAreStale = gliding;
+    widestRange = std::max(parameters.range.start, parameters.range.target);
+}
+
+// Samples until a switch changes its state, the line wraps, or the pipeline's memory is full.
+VstInt32 SignalPath::runLength(VstInt32 framesLeft) const noexcept
+{
+    return std::min({framesLeft, onOffSwitch.samplesLeft(), invertSwitch.samplesLeft(),
+                     delayLine.samplesToWrap(), VstInt32{kMaxRunLength}});
+}
+
+// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line does, since
+// each input is written to it.
+Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
+{
+    const auto length = static_cast<std::size_t>(run.length);
+    const bool effectOn = effectIsOn();
+    if (soFar <= Magnitude::kModerate) {
+        if (processPipelined(run, effectOn))
+            return Magnitude::kSmall;
+        if (areModerate({run.line, length}))
+            return Magnitude::kModerate;
+    } else {
+        processEachSample(run, 0, effectOn);
+    }
+    return areFinite({run.output, length}) && areFinite({run.line, length}) ? Magnitude::kFinite
+                                                                            : Magnitude::kNotFinite;
+}
+
+// While On/Off fades out, the value before the change is still in force.
+bool SignalPath::effectIsOn() const noexcept
+{
+    return (live.fOnOff == 1.0f) != (onOffSwitch.state == FadeSwitch::kFadingOut);
+}
+
+// The quick form of processEachSample, for moderate gains and memory; short runs, a last odd sample and runs in which
+// both switches fade are left to that. Returns true if every input is small.
+bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
+{
+    const bool onOffFades = onOffSwitch.state != FadeSwitch::kIdle;
+    const bool invertFades = invertSwitch.state != FadeSwitch::kIdle;
+    if (run.length < kMinPipelinedLength || (onOffFades && invertFades && effectOn))
+        return processEachSample(run, 0, effectOn);
+    const bool switching = onOffFades || invertFades || !effectOn;
+    if (switching)
+        stageFades(effectOn);
+
+    // This stretch of the line was last touched a lap ago: it arrives while the pipeline fills.
+    for (std::ptrdiff_t i = 0; i < DelayLine::kPrefetched; i += 8)
+        __builtin_prefetch(run.line + i, 1);
+
+    settings.delayStaysAboveTwo = gliding && delayStaysAboveTwo();
+    PipelineState state = follower.state();
+    const std::ptrdiff_t paired = run.length - run.length % 2;
+    bool inputIsSmall = false;
+    if (switching)
+        inputIsSmall = gliding ? processPipeline<true, true>(settings, run, paired, state)
+                               : processPipeline<false, true>(settings, run, paired, state);
+    else
+        inputIsSmall = gliding ? processPipeline<true, false>(settings, run, paired, state)
+                               : processPipeline<false, false>(settings, run, paired, state);
+    follower.setState(state);
+    if (paired == run.length)
+        return inputIsSmall;
+    return processEachSample(run, paired, effectOn) && inputIsSmall;
+}
+
+// The samples of a run from index `from` on, as the formulas have them. Returns true if every input is small.
+bool SignalPath::processEachSample(const Run& run, std::ptrdiff_t from, bool effectOn) noexcept
+{
+    const FadeSwitch::Gain onOffGain = onOffSwitch.gain();
+    const FadeSwitch::Gain invertGain = invertSwitch.gain();
+    bool inputIsSmall = true;
+    for (std::ptrdiff_t i = from; i < run.length; ++i) {
+        const auto n = static_cast<double>(run.placeInBlock + i);
+        const auto k = static_cast<double>(i);
+        const double x = run.input[i];
+        inputIsSmall = inputIsSmall && isSmall(x);
+        const double e = follower.follow(x, settings.sense.at(n));
+        const double y = delayLine.read(static_cast<VstInt32>(i), delayFor(e, settings.range.at(n)));
+        run.output[i] = effectOn ? invertGain.at(k) * onOffGain.at(k) *
+                                       (settings.dry.at(n) * x + settings.wet.at(n) * (x - wetDelayGain * y))
+                                 : onOffGain.at(k) * x;
+        run.line[i] = x - settings.reso.at(n) * y;
+    }
+    return inputIsSmall;
+}
+
+// In samples. Parameters beyond 0 .. 1 can make it longer than the line, negative or NaN.
+double SignalPath::delayFor(double e, double range) const noexcept
+{
+    const double m = appliedInvert == 1.0f ? e * range : (0.0 - e) * range;
+    return sweepBase + sweepDepth * m;
+}
+
+// True if no delay of this block is below two samples, whatever the envelope; with room for rounding.
+bool SignalPath::delayStaysAboveTwo() const noexcept
+{
+    const double shortest = sweepBase - (appliedInvert == 1.0f ? 0.0 : sweepDepth * widestRange);
+    return shortest > 2.001;
+}
+
+void SignalPath::stageSweep() noexcept
+{
+    settings.offsetBase = inBothLanes(-sweepBase);
+    settings.offsetDepth = inBothLanes(appliedInvert == 1.0f ? -sweepDepth : sweepDepth);
+    settings.wetDelayGain = inBothLanes(wetDelayGain);
+}
+
+// At most one switch fades, or the dry input is produced, which only On/Off fades.
+void SignalPath::stageFades(bool effectOn) noexcept
+{
+    const bool isOnOff = onOffSwitch.state != FadeSwitch::kIdle || !effectOn;
+    const FadeSwitch::Gain gain = isOnOff ? onOffSwitch.gain() : invertSwitch.gain();
+    settings.fadeCount = Pair{gain.first, gain.first + gain.perSample};
+    settings.fadeStep = inBothLanes(2.0 * gain.perSample);
+    settings.fadeUnit = inBothLanes(gain.unit);
+    settings.effectOn = effectOn;
+}
+
+// Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does not follow
+// it yet, so another transition starts.
+void SignalPath::advance(VstInt32 samples) noexcept
+{
+    const bool wasFading = invertSwitch.state != FadeSwitch::kIdle;
+    delayLine.advance(samples);
+    onOffSwitch.advance(samples);
+    invertSwitch.advance(samples);
+    const bool changedLate = live.fInvert != appliedInvert && !std::isnan(live.fInvert);
+    if (wasFading && invertSwitch.state == FadeSwitch::kIdle && changedLate)
+        invertSwitch.state = FadeSwitch::kFadingOut;
+}
+
+// worst: of the block's runs. Returns true if every sample and every state is finite.
+bool SignalPath::endBlock(Magnitude worst) noexcept
+{
+    if (worst <= Magnitude::kModerate && follower.isModerate())
+        return true;
+    memoryIsModerate = gainsAreModerate && follower.isModerate() && delayLine.isModerate();
+    return worst <= Magnitude::kFinite && follower.isFinite();
+}
+
+void SignalPath::clearMemory() noexcept
+{
+    delayLine.clear();
+    follower.reset();
+    memoryIsModerate = true;
+}
+
+void SignalPath::reset() noexcept
+{
+    takeParameters(true);
+    onOffSwitch.stop();
+    invertSwitch.stop();
+    parameters.finishGlides();
+    clearMemory();
+}
