@@ -3,16 +3,15 @@
 
 import { kBins, kFftSize, spectrum } from './spectrum.js';
 
-export const kEndOfSweep = 0.97; // of the way: from here on the teeth hardly move
-
 const kLowest = 50; // Hz
 const kHighest = 12000; // Hz
 const kKnee = 500; // Hz: below it the scale is linear, above it logarithmic, much as one hears
 const kFloor = -92; // dB, the lightest
 const kCeiling = -30; // dB, the darkest
 const kTilt = 3; // dB an octave, about 1 kHz: the fall of most sounds
-const kSliceMilliseconds = 8; // of a sketch, in one frame
-const kLabels = [100, 500, 1000, 2000, 5000, 10000]; // Hz
+const kMostTeeth = 16;
+const kSliceMilliseconds = 10; // of a sketch, in one frame
+const kLabels = [200, 500, 1000, 2000, 5000, 10000]; // Hz
 
 const warp = (frequency) => Math.log(1 + frequency / kKnee);
 const unwarp = (warped) => kKnee * (Math.exp(warped) - 1);
@@ -29,14 +28,15 @@ export class Picture {
     this.lastX = 0;
   }
 
-  // To the canvas's present size and style, all blank. seconds: what the width shows.
-  reset(seconds) {
+  // To the canvas's present size and style, all blank. seconds: what the width shows. endOfSweep: the sweep from
+  // which it counts as at its end.
+  reset(seconds, endOfSweep) {
     const ratio = Math.min(window.devicePixelRatio || 1, 2);
     const box = this.canvas.getBoundingClientRect();
     const width = Math.max(1, Math.round(box.width * ratio));
     const height = Math.max(1, Math.round(box.height * ratio));
     for (const canvas of [this.canvas, this.paper]) Object.assign(canvas, { width, height });
-    Object.assign(this, { ratio, width, height, seconds, last: null, sketching: null });
+    Object.assign(this, { ratio, width, height, seconds, endOfSweep, last: null, sketching: null });
     const gap = Math.round(14 * ratio);
     const band = Math.round(Math.min(64 * ratio, height * 0.15));
     this.level = { top: 0, height: band };
@@ -67,10 +67,9 @@ export class Picture {
     if (head && this.last) this.#showHead(head);
     context.font = `${11 * ratio}px system-ui, sans-serif`;
     context.textBaseline = 'middle';
-    context.fillStyle = this.colours.label;
     for (const frequency of kLabels) {
       const text = frequency < 1000 ? `${frequency} Hz` : `${frequency / 1000} kHz`;
-      this.#label(text, 6 * ratio, this.#yOf(frequency));
+      this.#label(text, 10 * ratio, this.#yOf(frequency));
     }
   }
 
@@ -141,11 +140,21 @@ export class Picture {
     };
     // Square root: soft playing shows too.
     bar(this.level, Math.sqrt(level));
-    if (sweep >= kEndOfSweep) this.ink.fillStyle = this.colours.teeth;
-    bar(this.sweep, sweep);
+    if (sweep >= this.endOfSweep) this.#markEnd(from, width);
+    else bar(this.sweep, sweep);
     this.#paintSpectrum(from, width, column);
     this.#paintTeeth(from, to, column);
     this.last = column;
+  }
+
+  // The sweep stands at its end: unlike any height that it reaches.
+  #markEnd(from, width) {
+    const { top, height } = this.sweep;
+    this.ink.fillStyle = this.colours.teeth;
+    this.ink.globalAlpha = 0.3;
+    this.ink.fillRect(from, top, width, height);
+    this.ink.globalAlpha = 1;
+    this.ink.fillRect(from, top, width, Math.round(4 * this.ratio));
   }
 
   #paintSpectrum(from, width, { decibels, sampleRate }) {
@@ -183,16 +192,16 @@ export class Picture {
     ink.rect(from, top, to - from, height);
     ink.clip();
     ink.strokeStyle = this.colours.teeth;
-    ink.globalAlpha = column.teeth;
-    ink.lineWidth = 1.25 * this.ratio;
-    ink.beginPath();
-    for (let tooth = 0; tooth < 24; ++tooth) {
+    ink.lineWidth = 1.5 * this.ratio;
+    for (let tooth = 0; tooth < kMostTeeth; ++tooth) {
       const y = this.#yOf(toothFrequency(tooth, column));
       if (!(y > top - height)) break;
+      ink.globalAlpha = column.teeth * toothStrength(tooth);
+      ink.beginPath();
       ink.moveTo(from, this.#yOf(toothFrequency(tooth, before)));
       ink.lineTo(to, y);
+      ink.stroke();
     }
-    ink.stroke();
     ink.restore();
   }
 
@@ -202,15 +211,15 @@ export class Picture {
     for (const { top, height } of [this.level, this.output, this.sweep]) {
       const gap = context.createLinearGradient(lastX, 0, lastX + 40 * ratio, 0);
       gap.addColorStop(0, this.colours.area);
-      gap.addColorStop(1, 'transparent');
+      gap.addColorStop(1, `${this.colours.area}00`);
       context.fillStyle = gap;
       context.fillRect(lastX, top, 40 * ratio, height);
     }
     context.fillStyle = this.colours.teeth;
-    context.globalAlpha = Math.max(0.3, teeth);
-    for (let tooth = 0; tooth < 24; ++tooth) {
+    for (let tooth = 0; tooth < kMostTeeth; ++tooth) {
       const y = this.#yOf(toothFrequency(tooth, this.last));
       if (!(y > this.output.top)) break;
+      context.globalAlpha = Math.max(0.3, teeth * toothStrength(tooth));
       context.fillRect(lastX, y - ratio, 14 * ratio, 2 * ratio);
     }
     context.globalAlpha = 1;
@@ -219,10 +228,14 @@ export class Picture {
 
   #label(text, x, y) {
     const { context, ratio } = this;
-    context.strokeStyle = this.colours.area;
-    context.lineWidth = 3 * ratio;
-    context.lineJoin = 'round';
-    context.strokeText(text, x, y);
+    const width = context.measureText(text).width;
+    context.fillStyle = this.colours.area;
+    context.globalAlpha = 0.8;
+    context.beginPath();
+    context.roundRect(x - 4 * ratio, y - 9 * ratio, width + 8 * ratio, 17 * ratio, 5 * ratio);
+    context.fill();
+    context.globalAlpha = 1;
+    context.fillStyle = this.colours.label;
     context.fillText(text, x, y);
   }
 
@@ -240,6 +253,11 @@ export class Picture {
 // Hz. A comb with negative feedback, v(n) = x(n) - g v(n - p), peaks at odd multiples of half its rate 1 / p.
 function toothFrequency(tooth, { meters }) {
   return (2 * tooth + 1) / (2 * meters[2]);
+}
+
+// The higher, the fainter: far up they are too many to be told apart.
+function toothStrength(tooth) {
+  return 1 / (1 + 0.15 * tooth);
 }
 
 function rgbOf(hex) {

@@ -13,6 +13,7 @@ export class Player {
     Object.assign(this, { wasm, worklet, onMeters });
     this.values = [];
     this.volume = 1;
+    this.waveform = new Float32Array(kFftSize);
     this.isPlaying = false;
   }
 
@@ -61,7 +62,13 @@ export class Player {
 
   setVolume(volume) {
     this.volume = volume;
-    if (this.isPlaying) this.#fadeTo(volume);
+    if (this.isPlaying && this.#context) this.#fadeTo(volume);
+  }
+
+  // The highest magnitude of the last moments, behind the volume.
+  outputPeak() {
+    this.outputAnalyser.getFloatTimeDomainData(this.waveform);
+    return this.waveform.reduce((peak, sample) => Math.max(peak, Math.abs(sample)), 0);
   }
 
   #fadeTo(volume) {

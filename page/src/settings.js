@@ -18,6 +18,11 @@ export class Settings extends EventTarget {
     return this.current.name;
   }
 
+  // From here on there is something to undo.
+  start(settings) {
+    this.#change(settings);
+  }
+
   // A change that belongs to the one before it, such as a step of a drag, is undone with it.
   set(index, value, belongsToLast = false) {
     const values = this.values.with(index, Math.fround(Math.min(1, Math.max(0, value))));
