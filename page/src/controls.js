@@ -48,7 +48,7 @@ function makeKnob({ index, name, initial }, settings, valueText, say) {
           <line class="pointer" x1="50" y1="27" x2="50" y2="39" />
         </svg>
       </div>
-      <button type="button" class="value" aria-label="Type a value for ${name}"></button>
+      <button type="button" class="value"><span class="text"></span><span class="hidden">, type a value for ${name}</span></button>
     </div>`);
   const dial = root.querySelector('.dial');
   const value = root.querySelector('button.value');
@@ -61,7 +61,7 @@ function makeKnob({ index, name, initial }, settings, valueText, say) {
     const text = valueText(index, now);
     dial.setAttribute('aria-valuenow', (10 * now).toFixed(2));
     dial.setAttribute('aria-valuetext', control.mark ? `${text}, ${control.mark}` : text);
-    if (!value.querySelector('input')) value.textContent = text;
+    value.querySelector('.text').textContent = text;
   };
   const control = { root, focusable: dial, show, mark: '' };
 
@@ -76,8 +76,10 @@ function makeKnob({ index, name, initial }, settings, valueText, say) {
     value.replaceWith(input);
     input.focus();
     if (text === null) input.select();
+    let isOpen = true;
     const end = (keep, back) => {
-      if (!input.isConnected) return;
+      if (!isOpen) return;
+      isOpen = false; // taking it away blurs it
       const typed = Number(input.value.trim().replace(',', '.') || NaN);
       input.replaceWith(value);
       if (keep && typed >= 0 && typed <= 10) set(typed / 10);
