@@ -57,27 +57,36 @@ const kFullScale = 2 ** 23;
 // Returns { bytes, clipped: how many samples were limited }.
 export function writeWav(channels, sampleRate, format) {
   const isFloat = format === 'float';
+  const frames = channels[0].length;
   const frameBytes = channels.length * (isFloat ? 4 : 3);
-  const dataBytes = channels[0].length * frameBytes;
-  const bytes = new ArrayBuffer(44 + dataBytes + (dataBytes % 2));
+  const dataBytes = frames * frameBytes;
+  const bytes = new ArrayBuffer((isFloat ? 58 : 44) + dataBytes + (dataBytes % 2));
   const view = new DataView(bytes);
-  const tag = (at, text) => [...text].forEach((c, i) => view.setUint8(at + i, c.charCodeAt(0)));
-  tag(0, 'RIFF');
-  view.setUint32(4, bytes.byteLength - 8, true);
-  tag(8, 'WAVEfmt ');
-  view.setUint32(16, 16, true);
-  view.setUint16(20, isFloat ? kFloat : kPcm, true);
-  view.setUint16(22, channels.length, true);
-  view.setUint32(24, sampleRate, true);
-  view.setUint32(28, sampleRate * frameBytes, true);
-  view.setUint16(32, frameBytes, true);
-  view.setUint16(34, isFloat ? 32 : 24, true);
-  tag(36, 'data');
-  view.setUint32(40, dataBytes, true);
+  let at = 0;
+  const tag = (text) => [...text].forEach((c) => view.setUint8(at++, c.charCodeAt(0)));
+  const long = (value) => (view.setUint32(at, value, true), (at += 4));
+  const short = (value) => (view.setUint16(at, value, true), (at += 2));
+  tag('RIFF');
+  long(bytes.byteLength - 8);
+  tag('WAVEfmt ');
+  long(isFloat ? 18 : 16);
+  short(isFloat ? kFloat : kPcm);
+  short(channels.length);
+  long(sampleRate);
+  long(sampleRate * frameBytes);
+  short(frameBytes);
+  short(isFloat ? 32 : 24);
+  if (isFloat) {
+    short(0); // no more of the format
+    tag('fact');
+    long(4);
+    long(frames);
+  }
+  tag('data');
+  long(dataBytes);
 
   let clipped = 0;
-  let at = 44;
-  for (let i = 0; i < channels[0].length; ++i)
+  for (let i = 0; i < frames; ++i)
     for (const channel of channels) {
       if (isFloat) {
         view.setFloat32(at, channel[i], true);

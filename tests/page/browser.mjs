@@ -86,6 +86,14 @@ export async function download(page, action) {
   return path;
 }
 
+// The bytes of the samples in a WAV file.
+export function dataOf(file) {
+  const bytes = readFileSync(file);
+  let at = 12;
+  while (bytes.toString('latin1', at, at + 4) !== 'data') at += 8 + bytes.readUInt32LE(at + 4);
+  return bytes.subarray(at + 8, at + 8 + bytes.readUInt32LE(at + 4));
+}
+
 // The values on the page as the effect shows them, such as "On/Off on, Sense 4.50".
 export const shown = (page) =>
   page.$$eval('.control', (controls) =>

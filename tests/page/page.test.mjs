@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { after, before, test } from 'node:test';
-import { axeSource, distance, download, folder, launch, loudness, message, open, root, shown, spectrum, wail } from './browser.mjs';
+import { axeSource, dataOf, distance, download, folder, launch, loudness, message, open, root, shown, spectrum, wail } from './browser.mjs';
 
 let browser;
 before(async () => (browser = await launch()));
@@ -31,7 +31,6 @@ const settingsOfProgram = (file) => {
 };
 const optionsOf = ({ name, ...values }) => Object.entries(values).flatMap(([key, value]) => [`--${key}`, value]);
 const dial = (page, name) => page.getByRole('slider', { name, exact: true });
-const samplesOf = (file) => execFileSync('sox', [file, '-t', 'f64', '-'], { maxBuffer: 1 << 28 });
 
 pageTest('plays within a second of the click, without a request', {}, async (page) => {
   const begin = Date.now();
@@ -61,7 +60,7 @@ pageTest('every control changes what is heard, from the keyboard alone, and undo
   await page.focus('#play');
   await page.keyboard.press('Enter');
   const before = await spectrum(page);
-  assert.ok(distance(before, await spectrum(page)) < 0.2, 'it stands still');
+  assert.ok(distance(before, await spectrum(page)) < 0.5, 'it stands still');
   const moves = { 'On/Off': ' ', Sense: 'Home', Reso: 'Home', Range: 'Home', Balance: 'Home', Invert: ' ', Envelope: 'Home' };
   await page.focus('#preset');
   while (await page.evaluate(() => document.activeElement.closest('#controls') === null)) await page.keyboard.press('Tab');
@@ -69,9 +68,9 @@ pageTest('every control changes what is heard, from the keyboard alone, and undo
     while (!(await page.evaluate((n) => document.activeElement.matches('[role]') && document.activeElement.closest('.control').querySelector('.name').textContent === n, name)))
       await page.keyboard.press('Tab');
     await page.keyboard.press(key);
-    assert.ok(distance(before, await spectrum(page)) > 0.5, `${name} changes the sound`);
+    assert.ok(distance(before, await spectrum(page)) > 1, `${name} changes the sound`);
     await page.keyboard.press('Control+z');
-    assert.ok(distance(before, await spectrum(page)) < 0.2, `undo of ${name} takes it back`);
+    assert.ok(distance(before, await spectrum(page)) < 0.5, `undo of ${name} takes it back`);
   }
 });
 
@@ -128,22 +127,28 @@ pageTest('program files go to the program and come from it', {}, async (page) =>
 });
 
 pageTest('what is dropped is rendered as wail renders it, to the bit', {}, async (page) => {
-  const formats = [['16', '44100', 'pcm24'], ['24', '96000', 'float'], ['32', '48000', 'pcm24']];
-  for (const [bits, rate, format] of formats) {
-    const input = `${folder}/in-${bits}.wav`;
+  const files = [
+    ['16', '44100', 'wav', 'pcm24'],
+    ['24', '96000', 'wav', 'float'],
+    ['32', '48000', 'wav', 'pcm24'],
+    ['24', '22050', 'flac', 'float'], // decoded by the browser
+  ];
+  for (const [bits, rate, kind, format] of files) {
+    const name = `in-${bits}.${kind}`;
+    const input = `${folder}/${name}`;
     sox('-D', '/usr/share/sonic-pi/samples/loop_amen.flac', '-r', rate, '-b', bits, input, 'gain', '-3');
     const transfer = await page.evaluateHandle(([text, name]) => {
       const data = new DataTransfer();
       data.items.add(new File([Uint8Array.from(atob(text), (c) => c.charCodeAt(0))], name));
       return data;
-    }, [readFileSync(input).toString('base64'), `in-${bits}.wav`]);
+    }, [readFileSync(input).toString('base64'), name]);
     await page.dispatchEvent('body', 'drop', { dataTransfer: transfer });
-    await page.waitForFunction((name) => document.getElementById('message').textContent.startsWith(name), `in-${bits}.wav`);
+    await page.waitForFunction((start) => document.getElementById('message').textContent.startsWith(start), name);
     await page.selectOption('#format', format);
     const rendered = await download(page, () => page.click('#download'));
     const expected = `${folder}/expected.wav`;
     wail('render', input, '-o', expected, '--block', '128', '--format', format === 'float' ? 'wav/float' : 'wav/pcm24', ...optionsOf(await settings(page)));
-    assert.ok(samplesOf(rendered).equals(samplesOf(expected)), `${bits} bits at ${rate} Hz to ${format}`);
+    assert.ok(dataOf(rendered).equals(dataOf(expected)), `${name} at ${rate} Hz to ${format}`);
     assert.match(execFileSync('soxi', [rendered], { encoding: 'utf8' }), new RegExp(`Channels +: 2\nSample Rate +: ${rate}`));
   }
 });
@@ -157,8 +162,8 @@ pageTest('window.wail renders doubles as wail does, and says what it cannot', {}
     const bytes = Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
     const output = await window.wail.render(new Float64Array(bytes.buffer), 44100, { sense: 0.9, Reso: 0.95, invert: 'on' });
     return btoa(Array.from(new Uint8Array(output.buffer), (byte) => String.fromCharCode(byte)).join(''));
-  }, samplesOf(input).toString('base64'));
-  assert.ok(Buffer.from(rendered, 'base64').equals(samplesOf(expected)));
+  }, dataOf(input).toString('base64'));
+  assert.ok(Buffer.from(rendered, 'base64').equals(dataOf(expected)));
   const refusal = (...args) => page.evaluate((a) => window.wail.render(...a).catch((error) => error.message), args);
   assert.match(await refusal([0], 44100, { sens: 1 }), /no parameter 'sens'; there are on-off, sense/);
   assert.match(await refusal([0], 44100, { sense: 1.1 }), /'sense': '1.1' is not a number from 0 to 1/);
