@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <memory>
 
-// A circular delay line of 0.1 s, read between its entries. Its newest part is repeated in a margin before the
-// first entry, so that any delay up to the margin is read in one piece, without a test for the wrap.
+// A circular delay line of 0.1 s, read between its entries. Its newest part is repeated in a margin before
+// the first entry, so that any delay up to the margin is read in one piece, without a test for the wrap.
 //
 // Positions count from the current sample: 0 is the entry that it writes (the oldest until then), 1 the next.
 class DelayLine
@@ -16,7 +16,8 @@ public:
     // Entries that may be prefetched from the current one on, beyond the line's end too.
     static constexpr VstInt32 kPrefetched = 64;
 
-    // sampleRate: Hz. longestDelay: samples, the longest that is read without a test. May throw std::bad_alloc.
+    // sampleRate: Hz. longestDelay: samples, the longest that is read without a test. May throw
+    // std::bad_alloc.
     DelayLine(double sampleRate, double longestDelay)
         : delayLength(static_cast<VstInt32>(sampleRate * kSeconds)),
           margin(static_cast<VstInt32>(longestDelay) + 2),  // 2: the older neighbour, and rounding
@@ -29,9 +30,9 @@ public:
     double* current() noexcept { return entry(writeIndex); }
     VstInt32 samplesToWrap() const noexcept { return delayLength - writeIndex; }
 
-    // Returns the line's content `delay` samples before the one at `position`, interpolated linearly between
-    // the two entries around it. delay: samples, limited to the line; NaN counts as 0. Below 1 the result blends
-    // the oldest entry, which that sample is about to replace, with the newest.
+    // Returns the line's content `delay` samples before the one at `position`, interpolated linearly
+    // between the two entries around it. delay: samples, limited to the line; NaN counts as 0. Below 1 the
+    // result blends the oldest entry, which that sample is about to replace, with the newest.
     double read(VstInt32 position, double delay) const noexcept
     {
         const double p = delay > 0.0 ? std::min(delay, static_cast<double>(delayLength - 1)) : 0.0;

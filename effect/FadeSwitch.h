@@ -8,13 +8,13 @@
 //
 //     1, (N-1)/N, ..., 1/N,    0, 1/N, ..., (N-1)/N,    1        N = length: 16 ms or just under
 //
-// with the new value in force from the 0 on. A transition may span any number of blocks. The switch is
-// asked for one state at a time: its gain and how long it lasts.
+// with the new value in force from the 0 on. A transition may span any number of blocks. Callers cut blocks
+// where the state changes: gain() and samplesLeft() hold until then.
 struct FadeSwitch {
     enum State : std::int32_t { kIdle = 0, kFadingOut = 1, kFadingIn = 2 };
 
-    // The gain k samples on, while the state lasts. The count is a whole number, so it is exact, and the
-    // product is the same wherever a block begins.
+    // The gain of a state, k samples on. The count is a whole number and therefore exact, so the product does
+    // not depend on where a block begins.
     struct Gain {
         double first;
         double perSample;  // -1, 0 or 1
@@ -23,7 +23,7 @@ struct FadeSwitch {
         double at(double k) const noexcept { return (first + k * perSample) * unit; }
     };
 
-    // sampleRate: Hz, 62.5 or more. value: what the parameter stands at.
+    // sampleRate: Hz, at least 62.5. value: the parameter's value at present.
     FadeSwitch(double sampleRate, float value) noexcept;
 
     Gain gain() const noexcept
@@ -34,13 +34,13 @@ struct FadeSwitch {
                                    : Gain{static_cast<double>(position), 1.0, step};
     }
 
-    // Samples of this state, 1 or more.
+    // Samples until the state changes, at least 1.
     std::int32_t samplesLeft() const noexcept
     {
         return state == kIdle ? std::numeric_limits<std::int32_t>::max() : length - position;
     }
 
-    // At the first sample of the fade-in: its gain is 0.
+    // True at the first sample of the fade-in, whose gain is 0.
     bool isSilent() const noexcept { return state == kFadingIn && position == 0; }
 
     // Moves on by at most samplesLeft samples.
@@ -58,7 +58,7 @@ struct FadeSwitch {
     // Ends a transition at once.
     void stop() noexcept { position = state = kIdle; }
 
-    std::int32_t length;         // samples in one fade, 1 or more
+    std::int32_t length;         // samples in one fade, at least 1
     double step;                 // 1 / length
     std::int32_t position = 0;   // index within the running fade
     float lastValue;             // parameter value last seen

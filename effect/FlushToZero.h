@@ -10,15 +10,14 @@
 #error "FlushToZero has no variant for this processor yet"
 #endif
 
-// Results too small to be normal become 0 on this thread from here to the end of the scope, so that
-// decaying filters never run in slow subnormal arithmetic. Afterwards the caller's floating-point state is
-// back: control bits and exception flags. Rounding, and on x86 the treatment of subnormal inputs, stay as
-// the caller has them; AArch64 has one bit for results and inputs. WebAssembly has no such mode, so there results
-// stay subnormal.
+// Flushes subnormal results to 0 on this thread until the end of the scope, so that decaying filters never
+// run in slow subnormal arithmetic. Then restores the caller's floating-point state: control bits and
+// exception flags. Rounding, and on x86 the treatment of subnormal inputs, stay as the caller has them;
+// AArch64 has one bit for results and inputs. WebAssembly has no such mode: results stay subnormal.
 class FlushToZero
 {
 public:
-    // Writing the state costs more than reading it, so what is as it should be is left alone.
+    // Writing the state costs more than reading it, so it is written only if it differs.
     FlushToZero() noexcept : saved(read())
     {
         if ((saved.control & kFlushResults) == 0)
@@ -28,7 +27,7 @@ public:
     FlushToZero& operator=(const FlushToZero&) = delete;
     ~FlushToZero()
     {
-        if (!isAs(saved))
+        if (!isInForce(saved))
             write(saved);
     }
 
@@ -51,7 +50,7 @@ private:
         std::fesetenv(&state.flags);
         _mm_setcsr(state.control);
     }
-    static bool isAs(const State& /*state*/) noexcept
+    static bool isInForce(const State& /*state*/) noexcept
     {
         return false;  // the x87 unit's state costs as much to read as to write
     }
@@ -70,7 +69,7 @@ private:
     {
         _mm_setcsr(state.control);
     }
-    static bool isAs(State state) noexcept
+    static bool isInForce(State state) noexcept
     {
         return read().control == state.control;
     }
@@ -86,7 +85,7 @@ private:
         return {0, 0};
     }
     static void write(State /*state*/) noexcept {}
-    static bool isAs(State /*state*/) noexcept
+    static bool isInForce(State /*state*/) noexcept
     {
         return true;
     }
@@ -107,7 +106,7 @@ private:
     {
         asm volatile("msr fpcr, %0\n\tmsr fpsr, %1" ::"r"(state.control), "r"(state.flags) : "memory");
     }
-    static bool isAs(State state) noexcept
+    static bool isInForce(State state) noexcept
     {
         const State now = read();
         return now.control == state.control && now.flags == state.flags;

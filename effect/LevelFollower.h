@@ -4,8 +4,8 @@
 #include "effect/Pipeline.h"
 #include "filter/IIRFilter.h"
 
-// The level of the input, 0 .. 1, as the sweep uses it: a detector (shelf, gain, high-pass, rectifier), a peak
-// envelope that rises at once and falls by a factor per sample, and a one-pole smoother.
+// The level of the input, 0 .. 1, as the sweep uses it: a detector (shelf, gain, high-pass, rectifier), a
+// peak envelope that rises at once and falls by a factor per sample, and a one-pole smoother.
 //
 //     a = min(|s highpass(1.585 shelf(x))|, 1)        s: the gain of "Sense"
 //     envelope = envelope > a ? releaseCoef envelope : a
@@ -33,8 +33,8 @@ public:
     // The smoothed envelope, e of the last sample.
     double level() const noexcept { return envelopeSmoother.z1; }
 
-    // True if every state is moderate and the levels lie in 0 .. 1. Levels beyond 1 come from parameters beyond
-    // their range.
+    // True if every state is moderate and the levels lie in 0 .. 1. Levels beyond 1 come from parameters
+    // beyond their range.
     bool isModerate() const noexcept
     {
         constexpr double kRounding = 1e-9;  // far above what rounding can add to a smoothed 1
@@ -42,12 +42,12 @@ public:
                envelope <= 1.0 && envelopeSmoother.z1 >= 0.0 && envelopeSmoother.z1 <= 1.0 + kRounding;
     }
 
-    // True if every state is finite. NaN and infinity persist in each state, which feeds back by a factor that is
-    // not 0, so checking once per block suffices.
+    // True if every state is finite. NaN and infinity persist in each state, which feeds back by a factor
+    // that is not 0, so checking once per block suffices.
     bool isFinite() const noexcept;
 
-    // The pipeline runs on copies: settings, which stage writes after every change of the smoother, and the state,
-    // which it takes and gives back with every run.
+    // The pipeline runs on copies: settings, which stage writes after every change of the smoother, and the
+    // state, which it takes and gives back with every run.
     void stage(PipelineSettings& settings) const noexcept;
     PipelineState state() const noexcept
     {

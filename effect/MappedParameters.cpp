@@ -34,10 +34,10 @@ bool MappedParameters::update(const ParameterValues& values) noexcept
 {
     bool anyChanged = false;
     const auto changed = [&anyChanged](float value, float& last) {
-        const bool isNew = value != last;  // NaN is always new
-        anyChanged |= isNew;
-        last = value;
-        return isNew;
+        if (value == last)
+            return false;
+        last = value;  // NaN is always new
+        return anyChanged = true;
     };
     if (changed(values.fSense, lastSense))
         sense.target = senseCurve.map(lastSense);

@@ -5,16 +5,16 @@
 #include "effect/Parameters.h"
 #include "effect/Pipeline.h"
 
-// The continuous parameters as the signal path uses them: each mapped through its curve, and gliding through a
-// block from the last block's value to the new one.
+// The continuous parameters as the signal path uses them: each mapped through its curve, and gliding
+// through a block from the last block's value to the new one.
 class MappedParameters
 {
 public:
     // sampleRate: Hz.
     explicit MappedParameters(double sampleRate) noexcept;
 
-    // Maps the values that changed since the last call. Returns true if any did. A curve costs a power or two,
-    // so the others are left alone.
+    // Maps the values that changed since the last call. Returns true if any did. A curve costs a power or
+    // two, so the others are left alone.
     bool update(const ParameterValues& values) noexcept;
 
     // Sets the low end of the range curve, which depends on "Invert", and maps fRange again.

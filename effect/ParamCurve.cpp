@@ -27,8 +27,8 @@ float ParamCurve::shape(float x) const noexcept
     switch (mode) {
     case 0: {
         const double d = x - center;
-        // The root of a single-precision number is never so close to the middle between two of them that the
-        // last bits of pow would count.
+        // The root of a single-precision number is never close enough to the midpoint of two such numbers
+        // for the last bits of pow to matter.
         if (exponent == 0.5f && scale == 1.0f && offset == 0.0f && d >= 0.0)
             return static_cast<float>(std::sqrt(d));
         return static_cast<float>(static_cast<double>(offset) +

@@ -1,15 +1,8 @@
 #pragma once
 
+#include "effect/Pair.h"
+
 #include <cstddef>
-
-// Two samples side by side, for everything that does not wait for the sample before. Every compiler for
-// x86-64 and AArch64 has instructions for such a pair; each of its two lanes rounds as a double does.
-using Pair [[gnu::vector_size(16)]] = double;
-
-inline Pair inBothLanes(double value)
-{
-    return Pair{value, value};
-}
 
 // A value that moves linearly through a block, in both lanes: start + n step at sample n of the block.
 struct PairGlide {
@@ -28,16 +21,16 @@ struct Run {
     std::ptrdiff_t placeInBlock;  // index in its block of the first sample
 };
 
-// The longest run, in samples, which sets the size of the pipeline's scratch memory. With 512 its arrays would lie
-// 4096 bytes apart: processors compare the low 12 bits of addresses first, and would make a read of one array
-// wait for a write to the other.
+// The longest run, in samples, which sets the size of the pipeline's scratch memory. With 512 its arrays
+// would lie 4096 bytes apart: processors compare the low 12 bits of addresses first, and would make a read
+// of one array wait for a write to the other.
 inline constexpr std::ptrdiff_t kMaxRunLength = 576;
 
 // The shortest run that fills the pipeline.
 inline constexpr std::ptrdiff_t kMinPipelinedLength = 14;
 
-// What stands still while a run is processed, in both lanes where pairs need it. Each group is a copy that one
-// function writes.
+// What stands still while a run is processed, in both lanes where pairs need it. Each group is a copy that
+// one function writes.
 struct PipelineSettings {
     // MappedParameters::stage
     Pair releaseCoef;
@@ -67,25 +60,26 @@ struct PipelineSettings {
     Pair one{1.0, 1.0};
 };
 
-// The state that one sample hands to the next. In pairs, because it is read in pairs: a load that spans two stores
-// waits until both have reached the cache.
+// The state that one sample hands to the next. In pairs, because it is read in pairs: a load that spans two
+// stores waits until both have reached the cache.
 struct PipelineState {
     Pair sections;  // of the shelf and the high-pass, a lane each
     Pair envelope;  // in both lanes
     double smoothed;
 };
 
-// Software pipelining of the sample path: the first `length` samples of a run, two at a time, through the stages
-// that Pipeline.cpp describes. The operations and their order are those of the formulas in SignalPath.h, and so are
-// the bits, if rounding is to nearest or towards 0.
+// Software pipelining of the sample path: the first `length` samples of a run, two at a time, through the
+// stages that Pipeline.cpp describes. The operations and their order are those of the formulas in
+// SignalPath.h, and so are the bits, if rounding is to nearest or towards 0.
 //
-// kGliding: a value moves; otherwise the steps of the glides are ignored. kSwitching: a switch fades, or the effect
-// is off; otherwise the effect is on. settings: does not overlap the run, hence `__restrict`. length: even,
-// kMinPipelinedLength .. kMaxRunLength. Returns true if every input is small, that is within (-2, 2). Audio thread.
+// kGliding: a value moves; otherwise the steps of the glides are ignored. kSwitching: a switch fades, or
+// the effect is off; otherwise the effect is on. settings: does not overlap the run, hence `__restrict`.
+// length: even, kMinPipelinedLength .. kMaxRunLength. Returns true if every input is small, that is within
+// (-2, 2). Audio thread.
 //
-// The delay is not limited here: gains and state must be moderate, so that it lies within the line. Input that is
-// NaN or overflows the sections leaves state and output that are not finite; the delay then is 0 or still within the
-// line.
+// The delay is not limited here: gains and state must be moderate, so that it lies within the line. Input
+// that is NaN or overflows the sections leaves state and output that are not finite; the delay then is 0 or
+// still within the line.
 template <bool kGliding, bool kSwitching>
 bool processPipeline(const PipelineSettings& __restrict settings, const Run& run, std::ptrdiff_t length,
                      PipelineState& state) noexcept;

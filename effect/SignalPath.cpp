@@ -54,8 +54,8 @@ void SignalPath::setInvert() noexcept
     stageSweep();
 }
 
-// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert never
-// disturbs a transition.
+// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert
+// never disturbs a transition.
 bool SignalPath::takeParameters(bool firstBlock) noexcept
 {
     if (parameters.update(live)) {
@@ -77,8 +77,8 @@ bool SignalPath::takeParameters(bool firstBlock) noexcept
     return std::isnan(onOff) || std::isnan(invert);
 }
 
-// Cuts the block into runs. From the first one whose results are not moderate, the rest of the block is processed
-// sample by sample and inspected.
+// Cuts the block into runs. From the first one whose results are not moderate, the rest of the block is
+// processed sample by sample and inspected.
 template <typename Sample>
 void SignalPath::process(const Sample* input, Sample* output, VstInt32 frames) noexcept
 {
@@ -104,7 +104,8 @@ void SignalPath::process(const Sample* input, Sample* output, VstInt32 frames) n
         }
         advance(length);
     }
-    if (frames > 0 && !endBlock(worst)) {
+    const bool isModerate = worst <= Magnitude::kModerate && follower.isModerate();
+    if (!isModerate && frames > 0 && !staysFinite(worst)) {
         std::replace_if(
             output, output + frames, [](Sample s) { return !std::isfinite(s); }, Sample{0});
         clearMemory();
@@ -139,8 +140,8 @@ VstInt32 SignalPath::runLength(VstInt32 framesLeft) const noexcept
                      delayLine.samplesToWrap(), VstInt32{kMaxRunLength}});
 }
 
-// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line does, since
-// each input is written to it.
+// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line
+// does, since each input is written to it.
 Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
 {
     const auto length = static_cast<std::size_t>(run.length);
@@ -163,73 +164,6 @@ bool SignalPath::effectIsOn() const noexcept
     return (live.fOnOff == 1.0f) != (onOffSwitch.state == FadeSwitch::kFadingOut);
 }
 
-// The quick form of processEachSample, for moderate gains and memory; short runs, a last odd sample and runs in which
-// both switches fade are left to that. Returns true if every input is small.
-bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
-{
-    const bool onOffFades = onOffSwitch.state != FadeSwitch::kIdle;
-    const bool invertFades = invertSwitch.state != FadeSwitch::kIdle;
-    if (run.length < kMinPipelinedLength || (onOffFades && invertFades && effectOn))
-        return processEachSample(run, 0, effectOn);
-    const bool switching = onOffFades || invertFades || !effectOn;
-    if (switching)
-        stageFades(effectOn);
-
-    // This stretch of the line was last touched a lap ago: it arrives while the pipeline fills.
-    for (std::ptrdiff_t i = 0; i < DelayLine::kPrefetched; i += 8)
-        __builtin_prefetch(run.line + i, 1);
-
-    settings.delayStaysAboveTwo = gliding && delayStaysAboveTwo();
-    PipelineState state = follower.state();
-    const std::ptrdiff_t paired = run.length - run.length % 2;
-    bool inputIsSmall = false;
-    if (switching)
-        inputIsSmall = gliding ? processPipeline<true, true>(settings, run, paired, state)
-                               : processPipeline<false, true>(settings, run, paired, state);
-    else
-        inputIsSmall = gliding ? processPipeline<true, false>(settings, run, paired, state)
-                               : processPipeline<false, false>(settings, run, paired, state);
-    follower.setState(state);
-    if (paired == run.length)
-        return inputIsSmall;
-    return processEachSample(run, paired, effectOn) && inputIsSmall;
-}
-
-// The samples of a run from index `from` on, as the formulas have them. Returns true if every input is small.
-bool SignalPath::processEachSample(const Run& run, std::ptrdiff_t from, bool effectOn) noexcept
-{
-    const FadeSwitch::Gain onOffGain = onOffSwitch.gain();
-    const FadeSwitch::Gain invertGain = invertSwitch.gain();
-    bool inputIsSmall = true;
-    for (std::ptrdiff_t i = from; i < run.length; ++i) {
-        const auto n = static_cast<double>(run.placeInBlock + i);
-        const auto k = static_cast<double>(i);
-        const double x = run.input[i];
-        inputIsSmall = inputIsSmall && isSmall(x);
-        const double e = follower.follow(x, settings.sense.at(n));
-        const double y = delayLine.read(static_cast<VstInt32>(i), delayFor(e, settings.range.at(n)));
-        run.output[i] = effectOn ? invertGain.at(k) * onOffGain.at(k) *
-                                       (settings.dry.at(n) * x + settings.wet.at(n) * (x - wetDelayGain * y))
-                                 : onOffGain.at(k) * x;
-        run.line[i] = x - settings.reso.at(n) * y;
-    }
-    return inputIsSmall;
-}
-
-// In samples. Parameters beyond 0 .. 1 can make it longer than the line, negative or NaN.
-double SignalPath::delayFor(double e, double range) const noexcept
-{
-    const double m = appliedInvert == 1.0f ? e * range : (0.0 - e) * range;
-    return sweepBase + sweepDepth * m;
-}
-
-// True if no delay of this block is below two samples, whatever the envelope; with room for rounding.
-bool SignalPath::delayStaysAboveTwo() const noexcept
-{
-    const double shortest = sweepBase - (appliedInvert == 1.0f ? 0.0 : sweepDepth * widestRange);
-    return shortest > 2.001;
-}
-
 void SignalPath::stageSweep() noexcept
 {
     settings.offsetBase = inBothLanes(-sweepBase);
@@ -237,19 +171,8 @@ void SignalPath::stageSweep() noexcept
     settings.wetDelayGain = inBothLanes(wetDelayGain);
 }
 
-// At most one switch fades, or the dry input is produced, which only On/Off fades.
-void SignalPath::stageFades(bool effectOn) noexcept
-{
-    const bool isOnOff = onOffSwitch.state != FadeSwitch::kIdle || !effectOn;
-    const FadeSwitch::Gain gain = isOnOff ? onOffSwitch.gain() : invertSwitch.gain();
-    settings.fadeCount = Pair{gain.first, gain.first + gain.perSample};
-    settings.fadeStep = inBothLanes(2.0 * gain.perSample);
-    settings.fadeUnit = inBothLanes(gain.unit);
-    settings.effectOn = effectOn;
-}
-
-// Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does not follow
-// it yet, so another transition starts.
+// Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does
+// not follow it yet, so another transition starts.
 void SignalPath::advance(VstInt32 samples) noexcept
 {
     const bool wasFading = invertSwitch.state != FadeSwitch::kIdle;
@@ -261,11 +184,10 @@ void SignalPath::advance(VstInt32 samples) noexcept
         invertSwitch.state = FadeSwitch::kFadingOut;
 }
 
-// worst: of the block's runs. Returns true if every sample and every state is finite.
-bool SignalPath::endBlock(Magnitude worst) noexcept
+// The end of a block that was not moderate throughout. worst: of its runs. Returns true if every sample and
+// every state is finite.
+bool SignalPath::staysFinite(Magnitude worst) noexcept
 {
-    if (worst <= Magnitude::kModerate && follower.isModerate())
-        return true;
     memoryIsModerate = gainsAreModerate && follower.isModerate() && delayLine.isModerate();
     return worst <= Magnitude::kFinite && follower.isFinite();
 }

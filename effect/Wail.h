@@ -15,14 +15,15 @@ inline constexpr VstInt32 kNumPrograms = 16;
 inline constexpr double kMinSampleRate = 62.5;
 inline constexpr double kMaxSampleRate = 3072000.0;
 
-// The effect as a host sees it: parameters, programs, texts, and one SignalPath for the sample rate, which makes the
-// sound. One channel.
+// The effect as a host sees it: parameters, programs, texts, and one SignalPath for the sample rate, which
+// makes the sound. One channel.
 //
 // Which thread may call what:
-//     blocks, reset                          the audio thread, one at a time
-//     setSampleRate, resume, setInvert       any thread, but never during a block
-//     parameters, programs, texts, sweep     any thread, at any time; only setProgramName must not overlap a reading
-//                                            of names
+//     blocks, reset                      the audio thread, one at a time
+//     setSampleRate, resume, setInvert   any thread, but never during a block
+//     parameters, programs, texts        any thread, at any time, except that a renaming must not overlap a
+//                                        reading of names
+//     sweep                              any thread, at any time
 // A block holds paramMutex from beginning to end, so what is set meanwhile takes effect with the next block.
 class Wail : public K_TypeBase
 {
@@ -33,24 +34,25 @@ public:
     // Clears the delay line.
     void resume() override;
 
-    // Hz, kMinSampleRate .. kMaxSampleRate. A new rate starts from silence, and all glides from 0. A rate out of range,
-    // the rate in force, and one for which there is no memory change nothing.
+    // Hz, kMinSampleRate .. kMaxSampleRate. A new rate starts from silence, and all glides from 0. A rate
+    // out of range, the rate in force, and one for which there is no memory change nothing.
     void setSampleRate(float newSampleRate) override;
 
     // Does nothing: the effect works in double precision.
     void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
 
-    // inputs[0], outputs[0]: sampleFrames samples each; they may be the same buffer. sampleFrames: free to change from
-    // call to call; 0 takes new values without gliding to them, below 0 nothing happens. Copies the input if no rate is
-    // set yet. Never allocates.
+    // inputs[0], outputs[0]: sampleFrames samples each; they may be the same buffer. sampleFrames: free to
+    // change from call to call; 0 takes new values without gliding to them, below 0 nothing happens. Copies
+    // the input if no rate is set yet. Never allocates.
     void processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames) override;
 
-    // The same block for hosts of adapters that work in single precision: each sample is widened, each result rounded
-    // to nearest, beyond the range of float to the largest float; subnormal results become 0.
+    // The same block for hosts of adapters that work in single precision: each sample is widened, each
+    // result rounded to nearest, beyond the range of float to the largest float; subnormal results become
+    // 0.
     void processSinglePrecision(const float* input, float* output, VstInt32 sampleFrames);
 
-    // Puts the effect into the state of long silence, with the present values in force at once: no fade, no glide.
-    // Does nothing if no rate is set yet. Never allocates.
+    // Puts the effect into the state of long silence, with the present values in force at once: no fade, no
+    // glide. Does nothing if no rate is set yet. Never allocates.
     void reset() noexcept;
 
     // Returns how far the teeth were swept of what "Range" allows at the end of the last block, 0 .. 1.

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
-// A block may run between two of the stores and hear some of the new values together with old ones; the
-// next block hears them all.
+// A block may run between two of the stores and use some new values together with old ones; the next block
+// uses the new ones.
 void Wail::setProgram(VstInt32 program)
 {
     if (program < 0 || program >= kNumPrograms)

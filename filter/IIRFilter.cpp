@@ -9,8 +9,8 @@ IIRFilter::IIRFilter(filterPrm_tag* prm) noexcept
     FDexcute(prm);
 }
 
-// K, K1, K2: prewarped frequencies tan(pi f / fs) of the corner and of the band's edges. The designs below
-// take a numerator that is not normalised yet.
+// K, K1, K2: prewarped frequencies tan(pi f / fs) of the corner and of the band edges. b0, b1 and b2 go to
+// the designs below before normalisation.
 void IIRFilter::FDexcute(filterPrm_tag* prm) noexcept
 {
     type = static_cast<std::int16_t>(prm->type);
@@ -33,17 +33,14 @@ void IIRFilter::FDexcute(filterPrm_tag* prm) noexcept
     case kHighPass1: designFirstOrder(K, 1.0, -1.0); break;
     case kLowPass2: designSecondOrder(K, butterworth, KK, 2.0 * KK, KK); break;
     case kHighPass2: designSecondOrder(K, butterworth, 1.0, -2.0, 1.0); break;
-    case kBandPassEdges:
-        designBand(K1, K2, K2 - K1, 0.0, -(K2 - K1));
-        coef.b1 = 0.0;  // with the edges in the wrong order n may be negative, and 0 n is -0 then
-        break;
+    case kBandPassEdges: designBand(K1, K2, K2 - K1, 0.0, -(K2 - K1)); break;
     case kBandStopEdges: designBand(K1, K2, 1.0 + K1 * K2, 2.0 * (K1 * K2 - 1.0), 1.0 + K1 * K2); break;
     case kLowPassQ: designSecondOrder(K, butterworth / Q, KK, 2.0 * KK, KK); break;
     case kHighPassQ: designSecondOrder(K, butterworth / Q, 1.0, -2.0, 1.0); break;
     case kBandPassQ: designSecondOrder(K, K / Q, K / Q, 0.0, -(K / Q)); break;
     case kNotchQ: designSecondOrder(K, K / Q, 1.0 + KK, 2.0 * (KK - 1.0), 1.0 + KK); break;
     case kPeaking: {
-        // A boost widens the zeros, a cut the poles, so that equal gains up and down cancel.
+        // A boost widens the zeros, a cut the poles, so that a boost and an equal cut cancel.
         const bool boost = prm->gainDb > 0.0;
         const double V = std::pow(10.0, (boost ? prm->gainDb : -prm->gainDb) / 20.0);
         const double zeros = boost ? V * K / Q : K / Q;
@@ -64,6 +61,8 @@ void IIRFilter::FDexcute(filterPrm_tag* prm) noexcept
     default: designOnePole(prm->freq, fs); break;
     }
 
+    if (type == kBandPassEdges || type == kBandPassQ)
+        coef.b1 = 0.0;  // normalising makes it -0 or NaN if the normaliser is negative or NaN
     if (type != lastType)
         refresh();
     lastType = type;
@@ -115,8 +114,8 @@ void IIRFilter::designBand(double K1, double K2, double b0, double b1, double b2
     sections = 2;
 }
 
-// The pole p solves (1 - p)^2 / (1 - 2 p cos(w) + p^2) = g at w = 2 pi freq / fs: the power gain is g there
-// and 1 at DC.
+// The pole p solves (1 - p)^2 / (1 - 2 p cos(w) + p^2) = g for w = 2 pi freq / fs: the power gain is g at
+// freq and 1 at DC.
 void IIRFilter::designOnePole(double freq, double sampleRate) noexcept
 {
     constexpr double g = 0.5011872337;  // -3 dB as a power ratio, 10^(-3/10)

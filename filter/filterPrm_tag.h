@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// Design types of a filter section; any other value of filterPrm_tag::type designs kOnePole.
+// Design types of a filter section. Every other value of filterPrm_tag::type designs a kOnePole.
 enum FilterType : std::int32_t {
     kLowPass1 = 0,   // first order
     kHighPass1,      // first order
@@ -20,13 +20,13 @@ enum FilterType : std::int32_t {
     kOnePole         // y[n] = p y[n-1] + (1 - p) x[n], -3 dB at freq
 };
 
-// What a section is designed from. The design brings freq and q into their ranges and writes them back.
+// Parameters of a design, which corrects freq and q if they are out of range and writes them back.
 struct filterPrm_tag {
     std::int32_t type;  // FilterType; the design uses the low 16 bits
-    double freq;        // Hz: corner or centre; 0 and below count as 20, above half the rate as half the rate
-    double freqLow;     // Hz: lower edge of kBandPassEdges and kBandStopEdges, used as it is
-    double freqHigh;    // Hz: upper edge of kBandPassEdges and kBandStopEdges, used as it is
-    double q;           // quality of kLowPassQ to kPeaking; 0 and below count as 1
-    double gainDb;      // dB: gain of kPeaking, kLowShelf1 and kHighShelf1
+    double freq;        // corner or centre, Hz; corrected to 20 if 0 or below, to sampleRate / 2 if above it
+    double freqLow;     // lower band edge of kBandPassEdges and kBandStopEdges, Hz; not corrected
+    double freqHigh;    // upper band edge of kBandPassEdges and kBandStopEdges, Hz; not corrected
+    double q;           // quality factor of kLowPassQ to kPeaking; corrected to 1 if 0 or below
+    double gainDb;      // gain of kPeaking, kLowShelf1 and kHighShelf1, dB
     double sampleRate;  // Hz, above 0
 };

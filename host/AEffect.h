@@ -1,9 +1,8 @@
 #pragma once
 
-// The VST 2.4 plug-in record: the one structure that a host and a plug-in share.
-//
-// The host reads the counts, flags and identity and calls the six functions; each function takes the
-// record itself as its first argument. Order and sizes are read by hosts.
+// The VST 2.4 plug-in record, the structure that host and plug-in share: the host reads its counts, flags and
+// identity and calls its six functions, each with the record as the first argument. Hosts depend on the order
+// and sizes of its fields.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,12 +13,12 @@ using VstIntPtr = std::intptr_t;
 
 struct AEffect;
 
-// The host's side of the interface: opcode is one of HostOpcode (host/Opcodes.h); effect may be null only
-// before an effect exists. Arguments that an opcode does not use are 0, null or 0.0.
+// The host's side of the interface. opcode: a HostOpcode (host/Opcodes.h). effect: null only as long as no
+// effect exists. Arguments that an opcode does not use are 0, null or 0.0.
 using audioMasterCallback = VstIntPtr (*)(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value,
                                           void* ptr, float opt);
 
-using AEffectDispatcherProc = audioMasterCallback;  // the same, the other way: EffectOpcode
+using AEffectDispatcherProc = audioMasterCallback;  // the plug-in's side; opcode: an EffectOpcode
 using AEffectProcessProc = void (*)(AEffect* effect, float** inputs, float** outputs, VstInt32 sampleFrames);
 using AEffectProcessDoubleProc = void (*)(AEffect* effect, double** inputs, double** outputs,
                                           VstInt32 sampleFrames);
@@ -69,8 +68,8 @@ struct AEffect {
     VstInt32 realQualities;  // deprecated
     VstInt32 offQualities;   // deprecated
     float ioRatio;           // deprecated
-    void* object;            // the AudioEffect behind the record
-    void* user;              // the host's own
+    void* object;            // the AudioEffect that the record belongs to
+    void* user;              // for the host's own use
     VstInt32 uniqueID;       // four-character code
     VstInt32 version;
     AEffectProcessProc processReplacing;
@@ -78,7 +77,7 @@ struct AEffect {
     char future[56];  // 0
 };
 
-// One layout on 32-bit targets and one, the natural one, on 64-bit targets.
+// An offset or size in bytes, which differs between 32-bit and 64-bit targets.
 constexpr std::size_t bytesOn(std::size_t target32, std::size_t target64)
 {
     return sizeof(void*) == 4 ? target32 : target64;

@@ -14,7 +14,7 @@ AudioEffect& objectOf(AEffect* effect)
     return *static_cast<AudioEffect*>(effect->object);
 }
 
-// effClose ends the object, and the record with it: the host must not touch either afterwards.
+// effClose deletes the object and with it the record.
 VstIntPtr dispatchToObject(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                            float opt)
 {
@@ -56,7 +56,7 @@ void processDoubleReplacingOfObject(AEffect* effect, double** inputs, double** o
 AudioEffect::AudioEffect(audioMasterCallback callback, VstInt32 programs, VstInt32 params)
     : audioMaster(callback), numPrograms(programs), numParams(params)
 {
-    // The gaps between the fields, too: hosts may copy or compare the record.
+    // Padding too: hosts may copy or compare the record as bytes.
     std::memset(&cEffect, 0, sizeof cEffect);
     cEffect.magic = kEffectMagic;
     cEffect.dispatcher = dispatchToObject;
@@ -164,7 +164,7 @@ void AudioEffect::masterIdle()
     callHost(audioMasterIdle);
 }
 
-// The interface counts the other way round here: 0 means connected.
+// Here the interface's 0 means connected.
 bool AudioEffect::isInputConnected(VstInt32 input)
 {
     return callHost(audioMasterPinConnected, input, 0) == 0;

@@ -5,26 +5,26 @@
 
 class AEffEditor;
 
-// Root of the effect classes: owns the plug-in record that the host holds, turns each call on that record
-// into a virtual operation, and gives every operation its default.
+// Root of the effect classes: owns the plug-in record that the host holds, forwards each call on that record
+// to a virtual operation, and gives every operation its default.
 //
-// The order of the virtual operations, here and in the derived AudioEffectX and K_TypeBase, is called by
-// hosts through the object's table: a new operation goes to the end of the last class, none ever moves.
-// The table's first two entries are the destructor's; dispatcher is the third.
+// Hosts call the virtual operations by their position in the object's table, through AudioEffectX and
+// K_TypeBase too: none may move, and a new one goes to the end of the last class. The destructor takes the
+// table's first two entries; dispatcher is the third.
 //
-// Texts: the caller's buffer holds 8 characters and a terminator for names, labels and values of
-// parameters, 23 and a terminator for program names; a null buffer is ignored. The base takes no lock: its
-// setters belong to one thread at a time.
+// Texts: the caller's buffer holds 8 characters and a terminator for a parameter's name, label or value, 23
+// and a terminator for a program name. A null buffer is ignored. No operation of the base takes a lock: call
+// its setters from one thread at a time.
 class AudioEffect
 {
 public:
-    // callback: the host's; null leaves every call to the host unsent.
+    // callback: the host's. If it is null, nothing is sent, and the host's services return their defaults.
     AudioEffect(audioMasterCallback callback, VstInt32 programs, VstInt32 params);
     AudioEffect(const AudioEffect&) = delete;
     AudioEffect& operator=(const AudioEffect&) = delete;
     virtual ~AudioEffect();
 
-    // Runs one request of the host (EffectOpcode); answers 0 for one that nothing handles.
+    // Handles one request of the host (EffectOpcode). Returns 0 if no operation handles it.
     virtual VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt);
 
     virtual void open() {}
@@ -33,9 +33,9 @@ public:
     virtual void resume() {}
 
     virtual void setSampleRate(float rate) { sampleRate = rate; }   // Hz
-    virtual void setBlockSize(VstInt32 size) { blockSize = size; }  // frames that the host announces
+    virtual void setBlockSize(VstInt32 size) { blockSize = size; }  // longest block to expect, frames
 
-    // inputs, outputs: one buffer of sampleFrames samples for each channel of the record. Audio thread.
+    // inputs, outputs: for each of the record's channels a buffer of sampleFrames samples. Audio thread.
     virtual void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) = 0;
     virtual void processDoubleReplacing(double** /*inputs*/, double** /*outputs*/, VstInt32 /*sampleFrames*/)
     {
@@ -43,7 +43,7 @@ public:
 
     virtual void setParameter(VstInt32 /*index*/, float /*value*/) {}
     virtual float getParameter(VstInt32 /*index*/) { return 0.0f; }
-    virtual void setParameterAutomated(VstInt32 index, float value);
+    virtual void setParameterAutomated(VstInt32 index, float value);  // sets it and tells the host
 
     virtual VstInt32 getProgram() { return curProgram; }
     virtual void setProgram(VstInt32 program) { curProgram = program; }
@@ -54,7 +54,7 @@ public:
     virtual void getParameterDisplay(VstInt32 index, char* text);
     virtual void getParameterName(VstInt32 index, char* text);
 
-    // Answer the size in bytes of what was stored or taken; 0 without support for chunks.
+    // Return the size of the chunk in bytes; 0 if the effect does not support chunks.
     virtual VstInt32 getChunk(void** /*data*/, bool /*isPreset*/) { return 0; }
     virtual VstInt32 setChunk(void* /*data*/, VstInt32 /*byteSize*/, bool /*isPreset*/) { return 0; }
 
@@ -71,21 +71,26 @@ public:
     virtual float getSampleRate() { return sampleRate; }
     virtual VstInt32 getBlockSize() { return blockSize; }
 
-    // Questions to the host.
-    virtual VstInt32 getMasterVersion();  // 1 when the host does not say
+    // Services of the host.
+    virtual VstInt32 getMasterVersion();  // of the interface; 1 if the host returns 0
     virtual VstInt32 getCurrentUniqueId();
     virtual void masterIdle();
-    virtual bool isInputConnected(VstInt32 input);    // true when the host does not say
-    virtual bool isOutputConnected(VstInt32 output);  // true when the host does not say
+    virtual bool isInputConnected(VstInt32 input);    // true also if the host does not know
+    virtual bool isOutputConnected(VstInt32 output);  // true also if the host does not know
 
-    // Numbers as text of at most maxLen characters and a terminator.
-    virtual void dB2string(float value, char* text, VstInt32 maxLen);     // value: linear gain
-    virtual void Hz2string(float samples, char* text, VstInt32 maxLen);   // samples: a period
-    virtual void ms2string(float samples, char* text, VstInt32 maxLen);   // samples: a duration
-    virtual void float2string(float value, char* text, VstInt32 maxLen);  // " 1.23", "-1.23"
+    // Write a number as text of at most maxLen characters and a terminator.
+    //
+    // float2string never writes more than 8 characters: a blank or "-", the integer digits, a point, and two
+    // decimals as far as they fit, such as " 1.23" and "-12345.6". A magnitude of a million and above is
+    // "Huge!", and NaN is "NaN". The first three write their result as float2string does. int2string writes
+    // "Huge!" above 99999999 and below -999999999.
+    virtual void dB2string(float value, char* text, VstInt32 maxLen);    // of a linear gain; "-Inf" up to 0
+    virtual void Hz2string(float samples, char* text, VstInt32 maxLen);  // of a period
+    virtual void ms2string(float samples, char* text, VstInt32 maxLen);  // of a duration
+    virtual void float2string(float value, char* text, VstInt32 maxLen);
     virtual void int2string(VstInt32 value, char* text, VstInt32 maxLen);
 
-    // Operations that the interface has retired; hosts still find them in their places.
+    // Deprecated by the interface; they keep their places in the table.
     virtual void __processDeprecated(float** /*inputs*/, float** /*outputs*/, VstInt32 /*sampleFrames*/) {}
     virtual float __getVuDeprecated() { return 0.0f; }
     virtual void __hasVuDeprecated(bool state = true) { setFlag(effFlagsHasVu, state); }
@@ -94,12 +99,12 @@ public:
     virtual void __setRealtimeQualitiesDeprecated(VstInt32 qualities) { cEffect.realQualities = qualities; }
     virtual void __setOfflineQualitiesDeprecated(VstInt32 qualities) { cEffect.offQualities = qualities; }
 
-    // Attaches the editor, which the effect then owns; null detaches. The one that was attached before goes
-    // back to the caller.
+    // Attaches an editor, which the effect then owns; null detaches it. The editor attached before is not
+    // deleted: the caller owns it from then on.
     void setEditor(AEffEditor* newEditor);
 
 protected:
-    // Sends one request to the host (HostOpcode) and answers what it answers; 0 without a callback.
+    // Sends one request (HostOpcode) to the host and returns its answer; 0 if there is no callback.
     VstIntPtr callHost(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
                        float opt = 0.0f);
 

@@ -9,9 +9,9 @@
 namespace
 {
 
-constexpr int kTextBudget = 8;  // characters of a float2string text, sign position and point included
+constexpr int kTextBudget = 8;  // characters of float2string's text, with sign position and point
 
-// The units digit of a value, as a character.
+// The units digit of value; '0' if it is not above 0.
 char unitsDigit(double value)
 {
     return value > 0.0 ? static_cast<char>('0' + static_cast<int>(std::fmod(value, 10.0))) : '0';
@@ -19,8 +19,8 @@ char unitsDigit(double value)
 
 }  // namespace
 
-// Two decimals, rounded half away from zero; fewer where the integer part leaves no room for them. The
-// rounding step is added in single precision, so that 0.125 + 0.005 falls just short of 0.13.
+// Rounds half away from zero, by adding 0.005 and truncating. Hosts show the same digits only if the sum is
+// rounded to single precision: 0.125 + 0.005 is then just below 0.13.
 void AudioEffect::float2string(float value, char* text, VstInt32 maxLen)
 {
     constexpr float kRounding = 0.005f;
@@ -34,12 +34,12 @@ void AudioEffect::float2string(float value, char* text, VstInt32 maxLen)
         return;
     }
     const double magnitude = std::fabs(static_cast<double>(value));
-    if (magnitude >= 1000000.0) {  // a sign position, seven digits and the point are more than the budget
+    if (magnitude >= 1000000.0) {  // sign position, seven digits and the point exceed the budget
         copyText(text, "Huge!", maxLen);
         return;
     }
 
-    char number[kTextBudget + 1];  // six digits at most leave room for the sign position and the point
+    char number[kTextBudget + 1];
     const auto whole = static_cast<int>(magnitude);
     number[0] = value < 0.0f ? '-' : ' ';
     char* end = std::to_chars(number + 1, number + kTextBudget, whole).ptr;
@@ -57,7 +57,7 @@ void AudioEffect::float2string(float value, char* text, VstInt32 maxLen)
 void AudioEffect::int2string(VstInt32 value, char* text, VstInt32 maxLen)
 {
     constexpr VstInt32 kLimit = 100000000;
-    constexpr VstInt32 kNinePlaces = 999999999;  // a negative number may use nine digits
+    constexpr VstInt32 kNinePlaces = 999999999;  // negative numbers may have nine digits
     char number[12] = "Huge!";
     if (value < kLimit && value >= -kNinePlaces)
         *std::to_chars(number, number + sizeof number, value).ptr = '\0';

@@ -3,6 +3,7 @@
 #include "host/AEffEditor.h"
 #include "host/CanDos.h"
 
+#include <cmath>
 #include <initializer_list>
 
 namespace
@@ -14,10 +15,12 @@ T* recordAt(VstIntPtr address)
     return reinterpret_cast<T*>(address);
 }
 
+// The modifier keys come as a float, of which the low byte counts; 0 if it is beyond 32 bits or NaN.
 VstKeyCode keyCodeOf(VstInt32 character, VstIntPtr virt, float modifier)
 {
-    return {character, static_cast<unsigned char>(virt),
-            static_cast<unsigned char>(static_cast<VstInt32>(modifier))};
+    const bool isInteger = std::fabs(modifier) < 2147483648.0f;
+    const VstInt32 modifiers = isInteger ? static_cast<VstInt32>(modifier) : 0;
+    return {character, static_cast<unsigned char>(virt), static_cast<unsigned char>(modifiers)};
 }
 
 }  // namespace
@@ -88,7 +91,7 @@ VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr va
 
 void AudioEffectX::resume()
 {
-    // canDo only reads its text; the interface's operations all take char*.
+    // The interface's operations take char*; canDo only reads the text.
     char* const midiEvents = const_cast<char*>(PlugCanDos::canDoReceiveVstMidiEvent);
     if ((cEffect.flags & effFlagsIsSynth) != 0 || canDo(midiEvents) == 1)
         __wantEventsDeprecated(1);
@@ -105,9 +108,9 @@ double AudioEffectX::updateSampleRate()
 
 VstInt32 AudioEffectX::updateBlockSize()
 {
-    const VstIntPtr answer = callHost(audioMasterGetBlockSize);
+    const VstInt32 answer = askHost(audioMasterGetBlockSize);
     if (answer > 0)
-        blockSize = static_cast<VstInt32>(answer);
+        blockSize = answer;
     return blockSize;
 }
 

@@ -4,21 +4,22 @@
 #include "host/Opcodes.h"
 #include "host/VstRecords.h"
 
-// The VST 2.x operations: what the host may ask beyond the basics, and the services it offers in return.
+// The VST 2.x operations: further requests of the host, and the services that it offers.
 //
-// The defaults decline, unless said: false, 0 or null, nothing written. An operation that calls the host
-// answers what the host answers (as true when it is not 0), and 0, false or null without a callback. The
-// order of the operations is called by hosts through the object's table (see AudioEffect).
+// Unless declared otherwise, an operation does nothing and returns false, 0 or null. An operation that
+// calls the host returns the host's answer; as a bool, and from the three operations marked "1 or 0", it is
+// true or 1 for any answer but 0. Without a callback it returns 0, false or null. Hosts call the operations
+// by their position in the object's table (see AudioEffect).
 class AudioEffectX : public AudioEffect
 {
 public:
     using AudioEffect::AudioEffect;
 
-    // Handles the opcodes from effProcessEvents to effGetNumMidiOutputChannels, but for those that the
-    // interface has retired; the base gets all others.
+    // Handles the opcodes from effProcessEvents to effGetNumMidiOutputChannels except the deprecated ones,
+    // and passes all others to AudioEffect.
     VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt) override;
 
-    // Asks the host for MIDI events when the effect is a synth or says that it can receive them.
+    // Asks the host for MIDI events if the effect is a synth or its canDo returns 1 for receiving them.
     void resume() override;
 
     // Parameters and programs.
@@ -36,9 +37,9 @@ public:
     virtual VstInt32 beginLoadBank(VstPatchChunkInfo* /*info*/) { return 0; }
     virtual VstInt32 beginLoadProgram(VstPatchChunkInfo* /*info*/) { return 0; }
 
-    // Connections and timing. The two updates ask the host and keep an answer above 0.
+    // Connections and timing. The two update operations ask the host and store its answer if it is above 0.
     virtual bool ioChanged() { return callHost(audioMasterIOChanged) != 0; }
-    virtual double updateSampleRate();   // Hz; 44100 when the host does not say
+    virtual double updateSampleRate();   // Hz; stores 44100 otherwise
     virtual VstInt32 updateBlockSize();  // frames
     virtual VstInt32 getInputLatency() { return askHost(audioMasterGetInputLatency); }    // frames
     virtual VstInt32 getOutputLatency() { return askHost(audioMasterGetOutputLatency); }  // frames
@@ -49,6 +50,7 @@ public:
     {
         return false;
     }
+    // Sets both *pluginInput and *pluginOutput to null and returns false.
     virtual bool getSpeakerArrangement(VstSpeakerArrangement** pluginInput,
                                        VstSpeakerArrangement** pluginOutput);
     virtual bool setBypass(bool /*onOff*/) { return false; }
@@ -70,7 +72,8 @@ public:
     virtual bool processVariableIo(VstVariableIo* /*varIo*/) { return false; }
     virtual VstInt32 setTotalSampleToProcess(VstInt32 value) { return value; }
 
-    // The host's identity. Texts of up to 64 characters, or what the host writes.
+    // The host's identity. text: a buffer of at least 64 bytes, terminator included; hosts are not told its
+    // size, so allow for more.
     virtual bool getHostVendorString(char* text)
     {
         return callHost(audioMasterGetVendorString, 0, 0, text) != 0;
@@ -84,10 +87,11 @@ public:
     {
         return callHost(audioMasterVendorSpecific, lArg1, lArg2, ptrArg, floatArg);
     }
+    // text: from HostCanDos. Returns 1 or 0: 1 also if the host answers -1, for "no".
     virtual VstInt32 canHostDo(char* text) { return callHost(audioMasterCanDo, 0, 0, text) != 0; }
     virtual VstInt32 getHostLanguage() { return askHost(audioMasterGetLanguage); }
 
-    // The effect's identity and capabilities (host/CanDos.h).
+    // The effect's identity and capabilities. Texts go into buffers of 64 bytes.
     virtual void isSynth(bool state = true) { setFlag(effFlagsIsSynth, state); }
     virtual void noTail(bool state = true) { setFlag(effFlagsNoSoundInStop, state); }
     virtual VstInt32 getGetTailSize() { return 0; }  // frames
@@ -101,7 +105,7 @@ public:
     {
         return 0;
     }
-    virtual VstInt32 canDo(char* /*text*/) { return 0; }  // 1 yes, -1 no, 0 unknown
+    virtual VstInt32 canDo(char* /*text*/) { return 0; }  // of PlugCanDos: 1 yes, -1 no, 0 unknown
     virtual VstInt32 getVstVersion() { return kVstVersion; }
     virtual VstPlugCategory getPlugCategory();
 
@@ -115,7 +119,7 @@ public:
     virtual bool hasMidiProgramsChanged(VstInt32 /*channel*/) { return false; }
     virtual bool getMidiKeyName(VstInt32 /*channel*/, MidiKeyName* /*keyName*/) { return false; }
 
-    // The host's windows. A null selection is refused and not sent.
+    // The host's windows. A null selection is not sent and returns false.
     virtual bool updateDisplay() { return callHost(audioMasterUpdateDisplay) != 0; }
     virtual bool sizeWindow(VstInt32 width, VstInt32 height)
     {
@@ -131,15 +135,17 @@ public:
     }
     virtual VstInt32 getNextShellPlugin(char* /*name*/) { return 0; }
 
-    // Speaker arrangements that the effect owns. The slot *arrangement holds one, or null.
-    //
-    // allocateArrangement replaces what the slot holds by a zeroed arrangement of nbChannels speakers; it
-    // answers false and leaves null where there is no memory for it. matchArrangement makes *to a copy of
-    // from, which is not *to itself; it answers false at the first step that fails and leaves *to as far as
-    // it came.
+    // Speaker arrangements that the effect owns. *arrangement and *to: an arrangement, or null.
+
+    // Replaces *arrangement with a new one of nbChannels speakers, all bytes 0 but the count. Returns false
+    // and leaves null if there is no memory or nbChannels is negative.
     virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, VstInt32 nbChannels);
+    // Frees *arrangement and sets it to null. Returns true.
     virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
+    // Copies all fields, of the name at most 63 characters. Returns false if a pointer is null.
     virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);
+    // Replaces *to with a copy of from, which must not be *to. Returns false if from is null, or at the first
+    // step that fails, with *to null or incomplete.
     virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
     // Offline processing.
@@ -155,8 +161,11 @@ public:
     {
         return callHost(audioMasterOfflineStart, numNewAudioFiles, numAudioFiles, files) != 0;
     }
-    virtual VstInt32 offlineGetCurrentPass() { return callHost(audioMasterOfflineGetCurrentPass) != 0; }
-    virtual VstInt32 offlineGetCurrentMetaPass()
+    virtual VstInt32 offlineGetCurrentPass()  // 1 or 0
+    {
+        return callHost(audioMasterOfflineGetCurrentPass) != 0;
+    }
+    virtual VstInt32 offlineGetCurrentMetaPass()  // 1 or 0
     {
         return callHost(audioMasterOfflineGetCurrentMetaPass) != 0;
     }
@@ -169,7 +178,8 @@ public:
     virtual VstInt32 offlineGetNumPasses() { return 0; }
     virtual VstInt32 offlineGetNumMetaPasses() { return 0; }
 
-    // Operations that the interface has retired; hosts still find them in their places.
+    // Deprecated by the interface; they keep their places in the table. The two that ask for a neighbouring
+    // plug-in do not send their argument.
     virtual void __wantEventsDeprecated(VstInt32 filter = 1) { callHost(audioMasterWantMidi, 0, filter); }
     virtual VstInt32 __tempoAtDeprecated(VstInt32 pos) { return askHost(audioMasterTempoAt, pos); }
     virtual VstInt32 __getNumAutomatableParametersDeprecated()
@@ -236,14 +246,14 @@ public:
         return nativePath != nullptr && callHost(audioMasterGetChunkFile, 0, 0, nativePath) != 0;
     }
 
-    // Hands events to the host, which takes them by answering exactly 1.
+    // Sends events to the host. Returns true only if the host answers exactly 1.
     bool sendVstEventsToHost(VstEvents* events)
     {
         return callHost(audioMasterProcessEvents, 0, 0, events) == 1;
     }
 
 private:
-    // The host's answer as a number, and as the address of a record of the host's.
+    // Call the host and return its answer as a number, or as the address of one of the host's records.
     VstInt32 askHost(VstInt32 opcode, VstIntPtr value = 0)
     {
         return static_cast<VstInt32>(callHost(opcode, 0, value));

@@ -1,6 +1,6 @@
 #pragma once
 
-// The texts by which host and plug-in ask each other for capabilities (AudioEffectX::canDo and canHostDo).
+// Names of capabilities: the host's, for AudioEffectX::canHostDo, and the plug-in's, for canDo.
 
 namespace HostCanDos
 {

@@ -2,9 +2,9 @@
 
 #include "host/AEffect.h"
 
-// Copies at most maxLength characters of the text and a terminator; to holds maxLength + 1 bytes. Bytes
-// behind the terminator stay as they are. Answers whether there was anything to copy from and to: a null
-// pointer or a negative length is ignored.
+// Copies at most maxLength characters of from and a terminator to a buffer of at least maxLength + 1 bytes;
+// bytes after the terminator keep their values. Returns false and writes nothing if a pointer is null or
+// maxLength is negative.
 inline bool copyText(char* to, const char* from, VstInt32 maxLength) noexcept
 {
     if (to == nullptr || from == nullptr || maxLength < 0)

@@ -22,7 +22,7 @@ K_TypeIF* makeInterface(audioMasterCallback audioMaster) noexcept
         AudioEffect* const effect = createPluginFilter(audioMaster);
         if (effect == nullptr)
             return nullptr;
-        // The host will find the effect through the record, so that is the way taken here.
+        // Through the record, as the host will reach the effect.
         auto* const object = static_cast<AudioEffect*>(effect->getAeffect()->object);
         interface->aeffect = object->getAeffect();
     } catch (...) {

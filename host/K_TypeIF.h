@@ -1,10 +1,11 @@
 #pragma once
 
 #include "host/AEffect.h"
+#include "host/Export.h"
 
-// What an entry point gives to the host: the address of a new effect's record. Hosts read it in place, as
-// the table pointer and then aeffect, and delete it through its virtual destructor. Its life and the
-// effect's do not depend on each other: the effect ends with effClose.
+// What an entry point returns: the address of a new effect's record. Hosts depend on its layout, table
+// pointer and then aeffect, and delete it through its virtual destructor. That does not delete the effect,
+// and effClose, which deletes the effect, does not delete this.
 class K_TypeIF
 {
 public:
@@ -17,8 +18,8 @@ public:
 };
 static_assert(sizeof(K_TypeIF) == 2 * sizeof(void*));
 
-// Both entry points do the same: they make a new, independent effect for the host behind audioMaster.
-// Null when the callback is null or answers 0 to audioMasterVersion, when it throws, or when the effect
-// cannot be made. No exception leaves them. The bundle exports these two symbols and no other.
-extern "C" [[gnu::visibility("default")]] K_TypeIF* getinterface(audioMasterCallback audioMaster);
-extern "C" [[gnu::visibility("default")]] K_TypeIF* KTypeIF(audioMasterCallback audioMaster);
+// The bundle's entry points. Both create a new, independent effect, which calls its host through audioMaster.
+// They return null if audioMaster is null, throws or answers 0 to audioMasterVersion, and if there is no
+// memory. They never throw.
+WAIL_EXPORT K_TypeIF* getinterface(audioMasterCallback audioMaster);
+WAIL_EXPORT K_TypeIF* KTypeIF(audioMasterCallback audioMaster);

@@ -2,7 +2,7 @@
 
 #include "host/AEffect.h"
 
-// What the host asks of the effect, through AEffect::dispatcher. Values are the interface's own.
+// Requests of the host, through AEffect::dispatcher. The interface defines the values.
 enum EffectOpcode : VstInt32 {
     effOpen = 0,
     effClose,
@@ -88,7 +88,7 @@ enum EffectOpcode : VstInt32 {
 
 static_assert(effSetChunk == 24 && effGetNumMidiOutputChannels == 79);
 
-// What the effect asks of the host, through audioMasterCallback. Values are the interface's own.
+// Requests of the effect, through audioMasterCallback. The interface defines the values.
 enum HostOpcode : VstInt32 {
     audioMasterAutomate = 0,
     audioMasterVersion,

@@ -2,6 +2,6 @@
 
 #include "host/AudioEffect.h"
 
-// Makes the plug-in's one kind of effect; the caller owns it and ends it with effClose. Null when there is
-// no memory for it; an exception of its construction reaches the caller.
+// Creates the plug-in's effect. The caller owns it and ends it with effClose. Returns null if there is no
+// memory for the object; throws what its constructor throws.
 AudioEffect* createPluginFilter(audioMasterCallback audioMaster);

@@ -2,9 +2,9 @@
 
 #include <atomic>
 
-// A plain number that several threads read and write without a lock. Each access is one relaxed atomic
-// load or store: never torn, never ordered against other memory, the same machine instruction as a plain
-// one. Size, alignment and use are those of T.
+// A number that several threads read and write without a lock: each access is a relaxed atomic load or store,
+// so a value is never torn, but accesses are not ordered with respect to other memory. Lock-free, and of the
+// size and alignment of T.
 template <typename T>
 class Relaxed
 {

@@ -15,7 +15,7 @@ void release(VstSpeakerArrangement** arrangement)
 
 }  // namespace
 
-// An arrangement is made and released as a byte array: its length follows from its channels.
+// Arrangements have any number of speakers, so they are allocated and freed as byte arrays.
 bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, VstInt32 nbChannels)
 {
     constexpr std::size_t kHeader = offsetof(VstSpeakerArrangement, speakers);
@@ -44,7 +44,7 @@ bool AudioEffectX::copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* f
 {
     if (to == nullptr || from == nullptr)
         return false;
-    const VstSpeakerProperties source = *from;  // they may be the same
+    const VstSpeakerProperties source = *from;  // a copy, since to may be from
     *to = source;
     char* const last = to->name + kVstMaxNameLen - 1;
     std::fill(std::find(to->name, last, '\0'), last + 1, '\0');
@@ -58,7 +58,7 @@ bool AudioEffectX::matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrang
     if (!deallocateArrangement(to) || !allocateArrangement(to, from->numChannels))
         return false;
     (*to)->type = from->type;
-    VstSpeakerProperties* const target = (*to)->speakers;  // as many as numChannels says, beyond 8 too
+    VstSpeakerProperties* const target = (*to)->speakers;  // numChannels of them, also if more than 8
     VstSpeakerProperties* const source = from->speakers;
     for (VstInt32 channel = 0; channel < from->numChannels; ++channel) {
         if (!copySpeaker(target + channel, source + channel))

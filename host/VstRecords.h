@@ -1,13 +1,13 @@
 #pragma once
 
-// The VST 2.4 records that operations of AudioEffectX take or return, laid out as the interface publishes
-// them. Parameter properties, speakers and key codes are read or written here; the others pass through
-// between host and effect. Texts are zero-terminated; lengths count the terminator.
+// The VST 2.4 records that operations of AudioEffectX take or return, in the interface's layout. The plug-in
+// reads or writes parameter properties, speakers and key codes; the others only pass through. Texts are
+// zero-terminated; lengths include the terminator.
 
 #include "host/AEffect.h"
 
 inline constexpr VstInt32 kVstMaxProgNameLen = 24;
-inline constexpr VstInt32 kVstMaxParamStrLen = 8;  // the terminator is not counted here
+inline constexpr VstInt32 kVstMaxParamStrLen = 8;  // without the terminator
 inline constexpr VstInt32 kVstMaxNameLen = 64;
 inline constexpr VstInt32 kVstVersion = 2400;
 
@@ -91,7 +91,7 @@ static_assert(sizeof(VstSpeakerProperties) == 112);
 struct VstSpeakerArrangement {
     VstInt32 type;
     VstInt32 numChannels;
-    VstSpeakerProperties speakers[8];  // numChannels of them, however many that is
+    VstSpeakerProperties speakers[8];  // numChannels of them, which may be more than 8
 };
 static_assert(offsetof(VstSpeakerArrangement, speakers) == 8);
 
@@ -111,7 +111,7 @@ struct VstTimeInfo {
     double sampleRate;   // Hz
     double nanoSeconds;  // system time
     double ppqPos;       // quarter notes
-    double tempo;        // beats a minute
+    double tempo;        // beats per minute
     double barStartPos;  // quarter notes
     double cycleStartPos;
     double cycleEndPos;

@@ -40,7 +40,8 @@ struct Twins {
         reference.resume();
     }
 
-    // Whether both make the same of a block, to the last bit. The effect's are numbers, and it allocates nothing.
+    // Returns true if both render a block to the same bits. The effect's output is never subnormal or
+    // non-finite, and it allocates nothing.
     bool agreeOn(std::vector<double> input, bool inPlace = true)
     {
         const std::vector<double> expected = reference.process(input);
@@ -59,8 +60,9 @@ struct Twins {
     ReferenceWail reference;
 };
 
-// Everything that a host may do to an effect between blocks. extreme: whether parameters are often at their end.
-void playTheHost(Chance& chance, Twins& twins, bool extreme)
+// Everything that a host may do to an effect between blocks. extreme: parameters are often at their upper
+// end.
+void randomHostCalls(Chance& chance, Twins& twins, bool extreme)
 {
     const float odd[] = {0.5f, NAN};  // of a switch
     for (VstInt32 index = 0, count = chance.oneIn(3) ? 0 : 7; index < count; ++index) {
@@ -80,7 +82,7 @@ void playTheHost(Chance& chance, Twins& twins, bool extreme)
     if (chance.oneIn(60))
         twins.setRate(chance.pick(kRates));
 
-    // Nobody hears these.
+    // These change nothing.
     const float noRates[] = {0.0f, -48000.0f, 62.4f, 3072001.0f, INFINITY, NAN};
     const VstInt32 silent[] = {effStopProcess, effStartProcess, effMainsChanged, effSetBlockSize};
     if (chance.oneIn(40))
@@ -91,7 +93,7 @@ void playTheHost(Chance& chance, Twins& twins, bool extreme)
         twins.plugin.process(nullptr, -5);
 }
 
-// A block from the source, at the level or far below, now and then with what is no sound.
+// A block from the source, at the level or far below, now and then with values that are no sound.
 std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, double level)
 {
     const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
@@ -112,7 +114,7 @@ std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, d
 
 }  // namespace
 
-// Whatever chance brings, with a neighbour beside it.
+// Random calls, values and blocks, with a second instance running beside it.
 TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
 {
     for (unsigned seed = 0; seed < 24; ++seed) {
@@ -125,7 +127,7 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy, until there is a rate
         twins.setRate(kRates[seed % 9]);
         for (int block = 0; block < 300; ++block) {
-            playTheHost(chance, twins, loud);
+            randomHostCalls(chance, twins, loud);
             const std::vector<double> input = blockOf(chance, source, loud ? 8.0 : 1.0);
             neighbour.set(static_cast<VstInt32>(chance.random() % 7), chance.share());
             if (chance.oneIn(60))
@@ -137,8 +139,8 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
     }
 }
 
-// The comb takes a loud square wave of its own pitch to the end of the numbers, and what overflows is heard only
-// after it, within the block or in the next.
+// A loud square wave of the comb's own pitch brings the line to the end of the range of double; the
+// overflow shows in the output only later, within the block or in the next.
 TEST(Processing, FindsAnOverflowHoweverLateItComes)
 {
     constexpr std::size_t kBlock = 1024;
@@ -216,7 +218,7 @@ TEST(Processing, SwitchesFadeOutAndInOverSixteenMilliseconds)
     }
 }
 
-// However many of its allocations succeed before memory runs out, a set-up happens wholly or not at all.
+// However many allocations succeed before memory runs out, a new rate is set up wholly or not at all.
 TEST(Processing, StaysAsItWasWhenMemoryRunsOut)
 {
     std::ptrdiff_t allowed = 0;
@@ -236,7 +238,6 @@ TEST(Processing, StaysAsItWasWhenMemoryRunsOut)
     EXPECT_GT(allowed, 1);
 }
 
-// That no result is subnormal, the blocks above show.
 TEST(Processing, GivesTheCallersFloatingPointStateBack)
 {
     const Plugin plugin;
@@ -252,3 +253,40 @@ TEST(Processing, GivesTheCallersFloatingPointStateBack)
     tiny = tiny / 2.0;
     EXPECT_GT(tiny, 0.0);
 }
+
+#ifdef __i386__
+// As 32-bit programs have it whose compilers do not align it to 16.
+TEST(Processing, TakesCallsFromAStackAlignedToFourBytes)
+{
+    const Plugin usual;
+    usual.setRate(48000.0f);
+    std::vector<double> expected = noise(256);
+    usual.process(expected);
+    for (const int misaligned : {0, 4, 8, 12}) {
+        const Plugin plugin;
+        plugin.setRate(48000.0f);
+        std::vector<double> samples = noise(256);
+        double* channel = samples.data();
+        struct {
+            int misaligned;
+            AEffect* effect;
+            double** inputs;
+            double** outputs;
+            VstInt32 frames;
+        } const call{misaligned, plugin.record, &channel, &channel, 256};
+        asm volatile("mov %%esp, %%ebx\n\t"
+                     "and $-16, %%esp\n\t"
+                     "sub (%0), %%esp\n\t"
+                     "push 16(%0)\n\t"
+                     "push 12(%0)\n\t"
+                     "push 8(%0)\n\t"
+                     "push 4(%0)\n\t"
+                     "call *%1\n\t"
+                     "mov %%ebx, %%esp"
+                     :
+                     : "S"(&call), "D"(plugin.record->processDoubleReplacing)
+                     : "eax", "ebx", "ecx", "edx", "memory", "cc");
+        EXPECT_EQ(samples, expected) << misaligned;
+    }
+}
+#endif

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <numbers>
 
 namespace
@@ -121,6 +123,36 @@ TEST(IIRFilter, KeepsItsStateForTheSameTypeAndClearsItForAnother)
     filter.FDexcute(&prm);
     EXPECT_EQ(filter.z1, 0.0);
     EXPECT_EQ(filter.z2, 0.0);
+}
+
+// Edges in the wrong order, a tiny quality at half the rate: the normaliser is negative; a corner of NaN.
+TEST(IIRFilter, TheMiddleCoefficientOfABandPassIsZeroWhateverTheNormaliser)
+{
+    filterPrm_tag swapped = section(kBandPassEdges);
+    swapped.freqLow = 20000.0;
+    for (filterPrm_tag prm : {swapped, section(kBandPassQ, kRate / 2.0, 1e-20), section(kBandPassQ, NAN)})
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(IIRFilter(&prm).coef.b1), 0u);  // which -0.0 is not
+}
+
+// The first sample of a fresh section's glide has coefficients of 0, and 0 times infinity is NaN.
+TEST(IIRFilter, OnlyFirstOrderSectionsKeepTheirSecondStateAtZero)
+{
+    for (const int type : {kHighShelf1, kLowPass2}) {
+        filterPrm_tag prm = section(type);
+        IIRFilter filter(&prm);
+        double sample = INFINITY;
+        filter.ipIirProcessing(&sample);
+        EXPECT_EQ(std::isnan(filter.z2), type == kLowPass2);
+    }
+    filterPrm_tag prm = section(kLowPass2);
+    IIRFilter filter(&prm);
+    prm.type = kLowPass1;
+    filter.ipFDexcute(&prm, 2);
+    double sample = 1.0;
+    const double y = filter.startCoef.b0;
+    const double z2 = filter.startCoef.b2 + filter.startCoef.fb2 * y;
+    filter.ipIirProcessing(&sample);
+    EXPECT_EQ(filter.z2, z2);  // it still glides away from the second-order design
 }
 
 // Samples of 1 into a one-pole section whose state is cleared before each give its input gain 1 - p.

@@ -8,16 +8,18 @@
 #include <random>
 #include <vector>
 
-// What comes by chance, the same for the same seed on every machine.
-struct Chance {
+// Random choices, the same for the same seed on every machine.
+struct Random {
+    auto next() { return random(); }  // of 32 bits
     bool oneIn(unsigned n) { return random() % n == 0; }
     float share() { return static_cast<float>(random() % 1001) / 1000.0f; }  // 0 .. 1
     auto pick(const auto& values) { return values[random() % std::size(values)]; }
 
     std::mt19937 random;
 };
+using Chance = Random;
 
-// By which samples are compared where 0 and -0 differ and a NaN is itself.
+// For comparisons in which 0 and -0 differ and a NaN equals itself.
 inline std::uint64_t bitsOf(double sample)
 {
     return std::bit_cast<std::uint64_t>(sample);
@@ -33,7 +35,7 @@ inline std::vector<double> noise(std::size_t length, double peak = 1.0, unsigned
     return samples;
 }
 
-// Noise that comes in strokes: each falls from full level to silence, so that envelopes sweep.
+// Strokes of noise, each falling from full level to -80 dB within its period, so that envelopes sweep.
 inline std::vector<double> strokes(std::size_t length, std::size_t period, unsigned seed = 1)
 {
     std::vector<double> samples = noise(length, 1.0, seed);

@@ -1,0 +1,20 @@
+# exportOnly(TARGET SYMBOL...): the module TARGET exports the functions or objects SYMBOL and nothing else. Their
+# declarations carry WAIL_EXPORT (host/Export.h) or the macro of the interface's own header; on Windows that alone
+# exports them.
+function(exportOnly target)
+  if(WIN32)
+    return()
+  elseif(APPLE)
+    list(JOIN ARGN "\n_" symbols)
+    set(content "_${symbols}\n")
+    set(option -Wl,-exported_symbols_list,)
+  else()
+    list(JOIN ARGN "; " symbols)
+    set(content "{ global: ${symbols}; local: *; };\n")
+    set(option -Wl,--version-script=)
+  endif()
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/${target}.exports)
+  file(CONFIGURE OUTPUT ${file} CONTENT "${content}" @ONLY)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${file})
+  target_link_options(${target} PRIVATE ${option}${file})
+endfunction()

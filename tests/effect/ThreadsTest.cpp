@@ -1,0 +1,72 @@
+#include "host/VstRecords.h"
+#include "tests/support/Signals.h"
+#include "tests/support/TestHost.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+// Meant for the thread sanitizer. Parameter i only ever gets values whose 1024ths leave i when divided by 8.
+TEST(Threads, PlayWhileOthersSetAndReadEverything)
+{
+    const auto valueOf = [](int i, int k) { return static_cast<float>(i + 8 * (k % 128)) / 1024.0f; };
+    const Plugin plugin;
+    plugin.setRate(48000.0f);
+    for (VstInt32 program = 15; program >= 0; --program) {
+        plugin.dispatch(effSetProgram, 0, program);
+        for (VstInt32 i = 0; i < 7; ++i)
+            plugin.set(i, valueOf(i, program));
+    }
+    std::atomic<bool> playing = true;
+    const auto setAndRead = [&](int start) {
+        for (int k = start; playing; ++k) {
+            plugin.set(k % 7, valueOf(k % 7, k / 7));
+            const float value = plugin.get(k % 5) * 1024.0f;
+            ASSERT_TRUE(value == std::floor(value) && static_cast<int>(value) % 8 == k % 5) << value;
+            EXPECT_EQ(plugin.text(effGetParamName, 4), "Balance");
+            EXPECT_EQ(plugin.text(effGetParamDisplay, 0), "off");
+            VstParameterProperties properties;
+            EXPECT_EQ(plugin.dispatch(effGetParameterProperties, k % 7, 0, &properties), 1);
+        }
+    };
+    std::jthread one(setAndRead, 0), other(setAndRead, 3), programs([&] {
+        for (int k = 0; playing; ++k) {
+            plugin.dispatch(effSetProgram, 0, k % 16);
+            const std::string name = std::to_string(k);
+            plugin.rename(name);
+            EXPECT_EQ(plugin.text(effGetProgramName), name);
+            EXPECT_EQ(plugin.text(effGetProgramNameIndexed, k % 16), name);
+        }
+    });
+    std::vector<double> samples = noise(960000);
+    plugin.process(samples, 64);
+    playing = false;
+}
+
+// Sets "On/Off" while a long block is being processed, or just before it if the machine makes the threads
+// wait.
+TEST(Threads, AParameterSetDuringABlockTakesEffectWithTheNext)
+{
+    const std::vector<double> input = noise(1 << 22);
+    const Plugin alone, plugin;
+    std::vector<double> undisturbed = input, samples = input;
+    alone.setRate(48000.0f);
+    alone.process(undisturbed, undisturbed.size());
+    plugin.setRate(48000.0f);
+    std::atomic<bool> playing = false;
+    std::thread audio([&] {
+        playing = true;
+        plugin.process(samples, samples.size());
+    });
+    while (!playing)
+        std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    plugin.set(0, 0.0f);
+    audio.join();
+    EXPECT_TRUE(samples == undisturbed || samples == input);
+    samples = input;
+    plugin.process(samples, 2 * 768);
+    EXPECT_TRUE(std::equal(samples.begin() + 2 * 768, samples.end(), input.begin() + 2 * 768));
+}
