@@ -12,7 +12,7 @@ export const axeSource = readFileSync(require.resolve('axe-core/axe.min.js'), 'u
 
 export const root = fileURLToPath(new URL('../../', import.meta.url));
 export const folder = mkdtempSync(`${tmpdir()}/wail-page-`);
-const address = pathToFileURL(`${root}build/page/wail.html`).href;
+export const address = pathToFileURL(`${root}build/page/wail.html`).href;
 
 export const wail = (...args) => execFileSync(`${root}build/release/wail`, args, { encoding: 'utf8' });
 export const launch = () =>
@@ -23,7 +23,7 @@ export const launch = () =>
   });
 
 // Everything that is to be heard also reaches this analyser, whatever the page does with it.
-function listen() {
+export function listen() {
   const connect = AudioNode.prototype.connect;
   AudioNode.prototype.connect = function (to, ...more) {
     if (to instanceof AudioDestinationNode) {
