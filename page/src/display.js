@@ -53,7 +53,8 @@ export class Display {
   drawAnew() {
     const longest = Math.max(kShortestWindow, kLongestWindow * Math.min(1, $('picture').clientWidth / kFullWidth));
     const duration = this.source.buffer?.duration ?? longest;
-    this.seconds = Math.min(longest, duration * Math.max(1, Math.round(longest / duration)));
+    // Whole rounds of a loop, so that it is painted over itself.
+    this.seconds = duration > 1.5 * longest ? longest : duration * Math.max(1, Math.round(longest / duration));
     this.picture.reset(this.seconds, kEndOfSweep);
     const { level, output, sweep, ratio } = this.picture;
     const rows = document.querySelectorAll('.rows span');

@@ -14,7 +14,7 @@ const kLowestVolume = -36; // dB
 
 const explanations = {
   'On/Off': 'Effect, or the dry sound to compare.',
-  Sense: 'Up: soft playing sweeps too. Down: only loud.',
+  Sense: 'Lower it for louder playing.',
   Reso: 'How much the teeth ring.',
   Range: 'How far the teeth sweep.',
   Balance: 'From dry to effect.',
@@ -101,7 +101,8 @@ export class Page {
     menu.querySelector('[data-own]')?.remove();
     const preset = this.presets.findIndex((p) => p.name === name && p.values.every((value, i) => value === values[i]));
     if (preset < 0) {
-      const own = new Option(`${name}, changed`);
+      const isChanged = this.presets.some((p) => p.name === name);
+      const own = new Option(isChanged ? `${name}, changed` : name);
       own.dataset.own = '';
       menu.prepend(own);
     }

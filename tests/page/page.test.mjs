@@ -209,6 +209,22 @@ pageTest('an input is heard through the effect, after a warning', { before: () =
   assert.equal(await page.evaluate(() => window.input.stream.active), false, 'the input is let go');
 });
 
+pageTest('the picture lives while it plays, and stands still when motion is to be reduced', {}, async (page) => {
+  const picture = () => page.evaluate(() => document.getElementById('picture').toDataURL());
+  for (const reducedMotion of ['no-preference', 'reduce']) {
+    await page.emulateMedia({ reducedMotion });
+    await page.waitForTimeout(1500);
+    if (reducedMotion === 'no-preference') await page.click('#play');
+    const before = await picture();
+    await page.waitForTimeout(300);
+    assert.equal((await picture()) === before, reducedMotion === 'reduce');
+  }
+  const before = await picture();
+  await dial(page, 'Range').press('Home');
+  await page.waitForTimeout(1500);
+  assert.notEqual(await picture(), before, 'it shows what the settings will do');
+});
+
 test('a browser without AudioWorklet is told what it lacks', async () => {
   const page = await open(browser, { before: () => delete window.AudioWorkletNode, ready: '#message:not(:empty)' });
   assert.match(await message(page), /lacks AudioWorklet.*from 2023 on/);
