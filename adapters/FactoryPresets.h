@@ -1,14 +1,18 @@
 #pragma once
 
-#include "presets/ProgramFile.h"
+#include "effect/Parameters.h"
 
-#include <string>
-#include <vector>
+#include <array>
+#include <span>
 
+// A preset of presets/, embedded by the build.
 struct FactoryPreset {
-    std::string id;  // the name of its file in presets/, without the extension
-    ProgramFile program;
+    const char* id;  // the name of its file, without the extension
+    const char* name;
+    const char* description;               // a sentence
+    std::array<const char*, 3> tags;       // words to find it by; null after the last
+    std::array<float, kNumParams> values;  // by parameter index, 0 .. 1
 };
 
-// Returns the presets of presets/*.fxp, which the build embeds: at most kNumPrograms. May throw std::bad_alloc.
-std::vector<FactoryPreset> factoryPresets();
+// Returns all of them: at most kNumPrograms.
+std::span<const FactoryPreset> factoryPresets() noexcept;

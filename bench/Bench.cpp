@@ -1,4 +1,5 @@
 #include "bench/Kernels.h"
+#include "tests/adapters/ClapHost.h"
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
 
@@ -67,6 +68,24 @@ void effect(benchmark::State& state)
 {
     const Effect subject;
     measure(state, static_cast<int>(state.range(0)), [&](auto... block) { subject.process(block...); });
+}
+
+// The CLAP plug-in, with so many events in each block, evenly spread: as automation moves Range.
+void clapEffect(benchmark::State& state)
+{
+    void* const library = loadLibrary(WAIL_CLAP);
+    ClapInstance subject(*static_cast<const clap::Entry*>(dlsym(library, "clap_entry")));
+    subject.activate(kSampleRate);
+    ClapEvents events;
+    for (int i = 0; i < state.range(0); ++i)
+        events.push_back(valueEvent(3, 0.0, static_cast<std::uint32_t>(256 * i / state.range(0))));
+    double value = 0.3;
+    measure(state, 256, [&](const double* input, double* output, int frames) {
+        for (clap::ParamEvent& event : events)
+            event.value = value = 1.0 - value;
+        subject.process(input, output, static_cast<std::size_t>(frames), events);
+    });
+    subject.deactivate();
 }
 
 // What a host calls before each block to move all that moves.
@@ -213,6 +232,7 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("chains", kernel<FourChains>);
     benchmark::RegisterBenchmark("plain", kernel<PlainLoop>);
     benchmark::RegisterBenchmark("effect", effect)->Arg(16)->Arg(64)->Arg(256)->Arg(1024);
+    benchmark::RegisterBenchmark("clap", clapEffect)->Arg(0)->Arg(8);
     benchmark::RegisterBenchmark("settings", settings);
     benchmark::RegisterBenchmark("moving", moving)->Arg(64)->Arg(256)->Arg(1024);
     benchmark::RegisterBenchmark("transition", transition);
@@ -233,6 +253,8 @@ int main(int argc, char** argv)
     row("effect, blocks of 1024", least.of("effect/1024"));
     row("effect, blocks of 64", least.of("effect/64"), "blocks of 1024", least.of("effect/1024"));
     row("effect, blocks of 16", least.of("effect/16"), "blocks of 1024", least.of("effect/1024"));
+    row("CLAP, blocks of 256", least.of("clap/0"), "the record's", effect256);
+    row("CLAP, blocks of 256 with 8 events", least.of("clap/8"), "the record's", effect256);
     for (const int length : {64, 256, 1024}) {
         const std::string frames = std::to_string(length);
         const double resting = least.of("effect/" + frames);

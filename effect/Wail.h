@@ -55,6 +55,9 @@ public:
     // glide. Does nothing if no rate is set yet. Never allocates.
     void reset() noexcept;
 
+    // Returns the sample rate in force, in Hz; 0 if no rate is set yet. Not during setSampleRate.
+    double rateInForce() const noexcept { return signalPath != nullptr ? signalPath->lastSampleRate : 0.0; }
+
     // Returns how far the teeth were swept of what "Range" allows at the end of the last block, 0 .. 1.
     float sweep() const noexcept { return std::clamp<float>(lastSweep, 0.0f, 1.0f); }
 

@@ -86,12 +86,13 @@ void writePresets()
     std::cout << "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
                  "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
                  "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n";
-    for (const auto& [id, program] : factoryPresets()) {
-        std::cout << "\n<" WAIL_LV2_URI ":" << id << ">\n\ta pset:Preset ;\n\tlv2:appliesTo <" WAIL_LV2_URI
-                  << "> ;\n\trdfs:label " << quoted(program.name()) << " ;\n\tlv2:port";
+    for (const FactoryPreset& preset : factoryPresets()) {
+        std::cout << "\n<" WAIL_LV2_URI ":" << preset.id
+                  << ">\n\ta pset:Preset ;\n\tlv2:appliesTo <" WAIL_LV2_URI << "> ;\n\trdfs:label "
+                  << quoted(preset.name) << " ;\n\tlv2:port";
         for (std::size_t i = kOnOff + 1; i < kParameters.size(); ++i)
             std::cout << (i == kOnOff + 1 ? "" : " ,") << " [\n\t\tlv2:symbol "
-                      << quoted(kParameters[i].symbol) << " ;\n\t\tpset:value " << textOf(program.values[i])
+                      << quoted(kParameters[i].symbol) << " ;\n\t\tpset:value " << textOf(preset.values[i])
                       << "\n\t]";
         std::cout << " .\n";
     }

@@ -24,9 +24,9 @@ public:
             nameProgram(program, "Init " + std::to_string(program + 1));
         VstInt32 program = 0;
         for (const FactoryPreset& preset : factoryPresets()) {
-            nameProgram(program++, preset.program.name());
+            nameProgram(program++, preset.name);
             for (VstInt32 index = 0; index < kNumParams; ++index)
-                Wail::setParameter(index, preset.program.values[static_cast<std::size_t>(index)]);
+                Wail::setParameter(index, preset.values[static_cast<std::size_t>(index)]);
         }
         Wail::setProgram(0);
     }
