@@ -6,7 +6,7 @@ import { readFileSync, statSync } from 'node:fs';
 import { gzipSync } from 'node:zlib';
 import { launch, open, root } from '../tests/page/browser.mjs';
 
-const kRounds = 30;
+const kRounds = 400;
 const html = `${root}build/page/wail.html`;
 const row = (name, value, unit, note = '') => console.log(`${name.padEnd(44)}${value.padStart(8)} ${unit.padEnd(5)} ${note}`);
 const least = (values) => Math.min(...values);
@@ -70,7 +70,7 @@ const cost = await page.evaluate(async ([wasm, rounds]) => {
     // The slowest of 24 stretches of 10 s of silence, each the least of some runs of the same.
     const silence = new View(noise.length);
     const stretches = new Array(24).fill(Infinity);
-    for (let turn = 0; turn < 30; ++turn) {
+    for (let turn = 0; turn < 50; ++turn) {
       const fresh = make();
       run(fresh, samples, process, View);
       stretches.forEach((best, i) => (stretches[i] = Math.min(best, run(fresh, silence, process, View))));

@@ -6,7 +6,9 @@
 #include "presets/ProgramFile.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 
@@ -24,7 +26,7 @@ void* __cxa_allocate_exception(std::size_t size)
     return std::malloc(size);
 }
 
-[[noreturn]] void __cxa_throw(void* exception, void* /*type*/, void (*/*destroy*/)(void*))
+[[noreturn]] void __cxa_throw(void* exception, void* /*type*/, void (* /*destroy*/)(void*))
 {
     fail(static_cast<const std::exception*>(exception)->what());
 }
@@ -86,7 +88,8 @@ EXPORT(release) void release(void* memory)
 // sampleRate: Hz. Returns null if the effect does not take it.
 EXPORT(makeChannel) Channel* makeChannel(float sampleRate)
 {
-    if (!(sampleRate >= static_cast<float>(kMinSampleRate) && sampleRate <= static_cast<float>(kMaxSampleRate)))
+    if (!(sampleRate >= static_cast<float>(kMinSampleRate) &&
+          sampleRate <= static_cast<float>(kMaxSampleRate)))
         return nullptr;
     auto* const channel = new Channel;
     channel->effect.setSampleRate(sampleRate);
@@ -122,15 +125,17 @@ EXPORT(processLive) float processLive(Channel* channel, float* samples, int fram
 {
     const int count = std::min(frames, kLongestLiveBlock);
     channel->floor = -channel->floor;
-    float peak = 0.0f;
-    for (int i = 0; i < count; ++i) {
-        peak = std::max(peak, std::fabs(samples[i]));
-        channel->block[static_cast<std::size_t>(i)] = samples[i] + channel->floor;
-    }
-    process(channel, channel->block.data(), count);
+    double* const block = channel->block.data();
+    std::uint32_t peak =
+        0;  // magnitudes are in the order of their bits, which compilers compare four at once
     for (int i = 0; i < count; ++i)
-        samples[i] = static_cast<float>(channel->block[static_cast<std::size_t>(i)]);
-    return peak;
+        peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffu);
+    for (int i = 0; i < count; ++i)
+        block[i] = samples[i] + channel->floor;
+    process(channel, block, count);
+    for (int i = 0; i < count; ++i)
+        samples[i] = static_cast<float>(block[i]);
+    return std::bit_cast<float>(peak);
 }
 
 // How far the teeth are swept, 0 .. 1, at the end of the last block.
