@@ -25,7 +25,10 @@ const inside = {
       if (path === 'wail.wasm') return { contents: await readFile(wasm), loader: 'binary' };
       if (path.endsWith('.flac')) return { contents: await readFile(`${loops}/${path}`), loader: 'binary' };
       const imports = names.map((name, i) => `import p${i} from ${JSON.stringify(presets + name)};`);
-      return { contents: `${imports.join('')}export default [${names.map((_, i) => `p${i}`)}];`, resolveDir: presets };
+      return {
+        contents: `${imports.join('')}export default [${names.map((_, i) => `p${i}`)}];`,
+        resolveDir: presets,
+      };
     });
   },
 };

@@ -13,7 +13,9 @@ const element = (html) => {
 // explain: one sentence on what it does. valueText(index, value): the value as the effect shows it. say(text): tells
 // what is wrong with what was typed.
 export function makeControl(parameter, settings, { explain, valueText, say }) {
-  const control = parameter.isSwitch ? makeSwitch(parameter, settings) : makeKnob(parameter, settings, valueText, say);
+  const control = parameter.isSwitch
+    ? makeSwitch(parameter, settings)
+    : makeKnob(parameter, settings, valueText, say);
   control.root.append(element(`<p class="explain" id="explain-${parameter.index}">${explain}</p>`));
   control.focusable.setAttribute('aria-describedby', `explain-${parameter.index}`);
   control.show();
@@ -66,7 +68,13 @@ function makeKnob({ index, name, initial }, settings, valueText, say) {
   const control = { root, focusable: dial, show, mark: '' };
 
   addDrag(dial, () => settings.values[index], set);
-  addKeys(dial, () => settings.values[index], (to) => set(to), initial, (text) => typeValue(text));
+  addKeys(
+    dial,
+    () => settings.values[index],
+    (to) => set(to),
+    initial,
+    (text) => typeValue(text),
+  );
   dial.addEventListener('dblclick', () => set(initial));
   value.addEventListener('click', () => typeValue(null));
 

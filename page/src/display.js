@@ -77,7 +77,10 @@ export class Display {
   async sketch() {
     const { seconds, teeth } = this;
     const { channels, sampleRate } = this.source;
-    const input = Float64Array.from({ length: Math.round(seconds * sampleRate) }, (_, n) => channels[0][n % channels[0].length]);
+    const input = Float64Array.from(
+      { length: Math.round(seconds * sampleRate) },
+      (_, n) => channels[0][n % channels[0].length],
+    );
     const blocks = [];
     const output = await renderChannel(this.effect, input, sampleRate, this.values(), (channel) =>
       blocks.push({ sweep: channel.sweep(), delay: channel.delay() }),

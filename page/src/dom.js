@@ -19,5 +19,11 @@ export function offer(bytes, name) {
 
 // A name for a file, of a text.
 export function fileName(text) {
-  return text.trim().toLowerCase().replace(/[^a-z0-9._-]+/g, '-').replace(/^[-.]+|[-.]+$/g, '') || 'wail';
+  return (
+    text
+      .trim()
+      .toLowerCase()
+      .replace(/[^a-z0-9._-]+/g, '-')
+      .replace(/^[-.]+|[-.]+$/g, '') || 'wail'
+  );
 }

@@ -100,7 +100,8 @@ class Channel {
   constructor(exports, sampleRate) {
     this.exports = exports;
     this.address = exports.makeChannel(sampleRate);
-    if (this.address === 0) throw new Error(`the effect does not work at ${sampleRate} Hz; it takes 62.5 Hz to 3.072 MHz`);
+    if (this.address === 0)
+      throw new Error(`the effect does not work at ${sampleRate} Hz; it takes 62.5 Hz to 3.072 MHz`);
     this.samples = exports.allocate(8 * kBlock);
   }
 

@@ -22,13 +22,16 @@ const kLoops = [
 const kFirstPreset = 'Funk Quack';
 
 // The smallest module with a vector in it.
-const kVectorModule = [0, 97, 115, 109, 1, 0, 0, 0, 1, 5, 1, 96, 0, 1, 123, 3, 2, 1, 0, 10, 10, 1, 8, 0, 65, 0, 253, 15, 253, 98, 11];
+const kVectorModule = [
+  0, 97, 115, 109, 1, 0, 0, 0, 1, 5, 1, 96, 0, 1, 123, 3, 2, 1, 0, 10, 10, 1, 8, 0, 65, 0, 253, 15, 253, 98, 11,
+];
 
 // What this browser has not got; null if it has it all.
 function whatIsMissing() {
   if (!globalThis.WebAssembly) return 'WebAssembly';
   if (!WebAssembly.validate(Uint8Array.from(kVectorModule))) return 'WebAssembly SIMD';
-  if (!globalThis.AudioWorkletNode) return isSecureContext ? 'AudioWorklet' : 'AudioWorklet on this address, which needs https or a file on disk';
+  if (!globalThis.AudioWorkletNode)
+    return isSecureContext ? 'AudioWorklet' : 'AudioWorklet on this address, which needs https or a file on disk';
   return null;
 }
 
@@ -50,7 +53,8 @@ function makeRender(effect) {
 
 async function start() {
   const missing = whatIsMissing();
-  if (missing) return say(`This browser lacks ${missing}. A Chrome, Edge, Firefox or Safari from 2023 on plays Wail.`);
+  if (missing)
+    return say(`This browser lacks ${missing}. A Chrome, Edge, Firefox or Safari from 2023 on plays Wail.`);
   const module = await WebAssembly.compile(wasm);
   const effect = await Effect.make(module);
   window.wail = { render: makeRender(effect) };

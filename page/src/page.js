@@ -75,7 +75,9 @@ export class Page {
       this.player.setValues(settings.values);
       if (this.source) this.display.sketchSoon();
     });
-    $('preset').addEventListener('change', () => settings.replace(this.presets.find(({ name }) => name === $('preset').value)));
+    $('preset').addEventListener('change', () =>
+      settings.replace(this.presets.find(({ name }) => name === $('preset').value)),
+    );
     $('undo').addEventListener('click', () => settings.undo());
     $('redo').addEventListener('click', () => settings.redo());
     $('less-sense').addEventListener('click', () => this.lowerSense());
@@ -99,7 +101,9 @@ export class Page {
     const { name, values, past, future } = this.settings;
     const menu = $('preset');
     menu.querySelector('[data-own]')?.remove();
-    const preset = this.presets.findIndex((p) => p.name === name && p.values.every((value, i) => value === values[i]));
+    const preset = this.presets.findIndex(
+      (p) => p.name === name && p.values.every((value, i) => value === values[i]),
+    );
     if (preset < 0) {
       const isChanged = this.presets.some((p) => p.name === name);
       const own = new Option(isChanged ? `${name}, changed` : name);
@@ -175,7 +179,9 @@ export class Page {
       this.settings.replace({ values, name: name || 'Init' });
       say(`Loaded ${file.name}.`, false);
     } catch (error) {
-      say(`Cannot load ${file.name}: ${error.message}. Choose a program (.fxp) that was saved here or by a host with Wail.`);
+      say(
+        `Cannot load ${file.name}: ${error.message}. Choose a program (.fxp) that was saved here or by a host with Wail.`,
+      );
     }
   }
 
@@ -185,11 +191,14 @@ export class Page {
     $('download').disabled = true;
     say('Rendering…', false);
     const values = this.settings.values;
-    const outputs = await Promise.all(channels.map((samples) => renderChannel(this.effect, samples, sampleRate, values)));
+    const outputs = await Promise.all(
+      channels.map((samples) => renderChannel(this.effect, samples, sampleRate, values)),
+    );
     const { bytes, clipped } = writeWav(outputs, sampleRate, $('format').value);
     offer(bytes, `${fileName(name.replace(/\.[^.]*$/, ''))}-wail.wav`);
     $('download').disabled = false;
-    const advice = clipped > 0 ? ` ${clipped} samples were limited to full scale; WAV float keeps them as they are.` : '';
+    const advice =
+      clipped > 0 ? ` ${clipped} samples were limited to full scale; WAV float keeps them as they are.` : '';
     say(`Rendered ${name}.${advice}`, clipped > 0);
   }
 
@@ -312,7 +321,9 @@ export class Page {
       this.choose(input);
       if (!isPlaying) await this.play();
     } catch (error) {
-      say(`Cannot listen to a microphone or guitar: ${error.message}. Connect it, allow the microphone for this page, and plug in again.`);
+      say(
+        `Cannot listen to a microphone or guitar: ${error.message}. Connect it, allow the microphone for this page, and plug in again.`,
+      );
     }
   }
 }

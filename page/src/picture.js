@@ -159,7 +159,8 @@ export class Picture {
 
   #paintSpectrum(from, width, { decibels, sampleRate }) {
     const { top, height } = this.output;
-    if (this.strip?.width !== width || this.strip.height !== height) this.strip = this.ink.createImageData(width, height);
+    if (this.strip?.width !== width || this.strip.height !== height)
+      this.strip = this.ink.createImageData(width, height);
     const { data } = this.strip;
     for (let row = 0, at = 0; row < height; ++row) {
       const shade = 3 * this.#shadeAt(row, decibels, sampleRate);

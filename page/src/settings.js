@@ -55,7 +55,10 @@ export class Settings extends EventTarget {
 
   // As "sense=0.4&invert=on", by which readLink() has them again to the bit.
   link() {
-    const pairs = this.parameters.map((parameter) => [spelling(parameter.name), textOf(parameter, this.values[parameter.index])]);
+    const pairs = this.parameters.map((parameter) => [
+      spelling(parameter.name),
+      textOf(parameter, this.values[parameter.index]),
+    ]);
     return new URLSearchParams([...pairs, ['name', this.name]]).toString();
   }
 
@@ -87,7 +90,8 @@ function spelling(name) {
 export function findParameter(parameters, name) {
   const letters = (text) => text.toLowerCase().replace(/[^a-z]/g, '');
   const found = parameters.find((parameter) => letters(parameter.name) === letters(name));
-  if (!found) throw new Error(`no parameter '${name}'; there are ${parameters.map((p) => spelling(p.name)).join(', ')}`);
+  if (!found)
+    throw new Error(`no parameter '${name}'; there are ${parameters.map((p) => spelling(p.name)).join(', ')}`);
   return found;
 }
 

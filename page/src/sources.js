@@ -38,7 +38,9 @@ export async function openInput() {
 }
 
 function fromBuffer(name, buffer) {
-  const channels = Array.from({ length: buffer.numberOfChannels }, (_, c) => Float64Array.from(buffer.getChannelData(c)));
+  const channels = Array.from({ length: buffer.numberOfChannels }, (_, c) =>
+    Float64Array.from(buffer.getChannelData(c)),
+  );
   return { name, buffer, channels, sampleRate: buffer.sampleRate };
 }
 

@@ -11,9 +11,10 @@ export function readWav(bytes) {
   const tag = (at) => (at + 4 <= bytes.byteLength ? String.fromCharCode(...new Uint8Array(bytes, at, 4)) : '');
   if (tag(0) !== 'RIFF' || tag(8) !== 'WAVE') return null;
   let format = null;
-  for (let at = 12; at + 8 <= bytes.byteLength; ) {
+  for (let at = 12; at + 8 <= bytes.byteLength;) {
     const size = view.getUint32(at + 4, true);
-    if (tag(at) === 'fmt ' && size >= 16 && at + 8 + size <= bytes.byteLength) format = readFormat(view, at + 8, size);
+    if (tag(at) === 'fmt ' && size >= 16 && at + 8 + size <= bytes.byteLength)
+      format = readFormat(view, at + 8, size);
     if (tag(at) === 'data')
       return format && readSamples(view, at + 8, Math.min(size, bytes.byteLength - at - 8), format);
     at += 8 + size + (size % 2);
@@ -120,7 +121,9 @@ export function sniffSampleRate(bytes) {
 
 function mp3SampleRate(head, text) {
   // The tag before the sound counts its bytes in sevens of bits.
-  const tagBytes = text.startsWith('ID3') ? 10 + head.subarray(6, 10).reduce((sum, seven) => sum * 128 + seven, 0) : 0;
+  const tagBytes = text.startsWith('ID3')
+    ? 10 + head.subarray(6, 10).reduce((sum, seven) => sum * 128 + seven, 0)
+    : 0;
   const at = tagBytes < head.length ? tagBytes : 0;
   if (head[at] !== 0xff || (head[at + 1] & 0xe0) !== 0xe0) return null;
   const rate = [44100, 48000, 32000][(head[at + 2] >> 2) & 3];

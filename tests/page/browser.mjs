@@ -18,8 +18,15 @@ export const wail = (...args) => execFileSync(`${root}build/release/wail`, args,
 export const launch = () =>
   chromium.launch({
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
-      '--disable-component-update', '--disable-sync'],
+    args: [
+      '--no-sandbox',
+      '--disable-gpu',
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
+    ],
   });
 
 // Everything that is to be heard also reaches this analyser, whatever the page does with it.
@@ -54,7 +61,7 @@ export const loudness = (page, time = 500) =>
   page.evaluate(async (milliseconds) => {
     let peak = 0;
     const samples = new Float32Array(2048);
-    for (const end = performance.now() + milliseconds; performance.now() < end; ) {
+    for (const end = performance.now() + milliseconds; performance.now() < end;) {
       window.heard?.getFloatTimeDomainData(samples);
       peak = samples.reduce((highest, sample) => Math.max(highest, Math.abs(sample)), peak);
       await new Promise((resolve) => setTimeout(resolve, 10));
@@ -97,7 +104,9 @@ export function dataOf(file) {
 // The values on the page as the effect shows them, such as "On/Off on, Sense 4.50".
 export const shown = (page) =>
   page.$$eval('.control', (controls) =>
-    controls.map((c) => `${c.querySelector('.name').textContent} ${c.querySelector('.value').firstChild.textContent}`).join(', '),
+    controls
+      .map((c) => `${c.querySelector('.name').textContent} ${c.querySelector('.value').firstChild.textContent}`)
+      .join(', '),
   );
 
 export const message = (page) => page.textContent('#message');

@@ -6,13 +6,17 @@ import { test } from 'node:test';
 import { Effect } from '../../page/src/effect.js';
 import { renderChannel } from '../../page/src/render.js';
 
-const effect = Effect.makeNow(new WebAssembly.Module(readFileSync(new URL('../../build/page/wail.wasm', import.meta.url))));
+const effect = Effect.makeNow(
+  new WebAssembly.Module(readFileSync(new URL('../../build/page/wail.wasm', import.meta.url))),
+);
 const initial = effect.parameters().map((parameter) => parameter.initial);
 const kRate = 48000; // Hz
 
 function noise(length, amplitude) {
   let seed = 1;
-  return Float64Array.from({ length }, () => Math.fround((amplitude * (seed = (Math.imul(seed, 1664525) + 1013904223) | 0)) / 2 ** 31));
+  return Float64Array.from({ length }, () =>
+    Math.fround((amplitude * (seed = (Math.imul(seed, 1664525) + 1013904223) | 0)) / 2 ** 31),
+  );
 }
 
 test('live sound is the rendered sound to the bit, before, in and after silence', async () => {
@@ -26,10 +30,16 @@ test('live sound is the rendered sound to the bit, before, in and after silence'
   for (let at = 0; at < input.length; at += 128) {
     channel.liveView().set(input.subarray(at, at + 128));
     const peak = channel.processLive(128);
-    assert.equal(peak, input.subarray(at, at + 128).reduce((highest, x) => Math.max(highest, Math.abs(x)), 0));
+    assert.equal(
+      peak,
+      input.subarray(at, at + 128).reduce((highest, x) => Math.max(highest, Math.abs(x)), 0),
+    );
     live.set(channel.liveView(), at);
   }
-  assert.equal(live.findIndex((sample, n) => sample !== rendered[n]), -1); // zeros of either sign are equal
+  assert.equal(
+    live.findIndex((sample, n) => sample !== rendered[n]),
+    -1,
+  ); // zeros of either sign are equal
 });
 
 // The power of samples at a frequency in Hz, averaged over stretches of 2048.
@@ -57,7 +67,13 @@ for (const [name, values, amplitude] of [
   test(`the teeth are drawn where the comb is: ${name}`, async () => {
     let delay = 0;
     const settings = initial.map((value, index) => values[index] ?? value);
-    const output = await renderChannel(effect, noise(4 * kRate, amplitude), kRate, settings, (channel) => (delay = channel.delay()));
+    const output = await renderChannel(
+      effect,
+      noise(4 * kRate, amplitude),
+      kRate,
+      settings,
+      (channel) => (delay = channel.delay()),
+    );
     const steady = output.subarray(3 * kRate);
     for (const tooth of [0, 1, 2]) {
       const peak = power(steady, (2 * tooth + 1) / (2 * delay));

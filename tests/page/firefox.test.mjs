@@ -15,7 +15,10 @@ const home = mkdtempSync(`${tmpdir()}/wail-firefox-`);
 function startPulseAudio() {
   const modules = ['module-null-sink', 'module-native-protocol-unix auth-anonymous=1'];
   const options = ['-n', '--daemonize=no', '--exit-idle-time=-1', ...modules.flatMap((module) => ['-L', module])];
-  const server = spawn('pulseaudio', options, { env: { ...process.env, HOME: home, XDG_RUNTIME_DIR: home }, stdio: 'ignore' });
+  const server = spawn('pulseaudio', options, {
+    env: { ...process.env, HOME: home, XDG_RUNTIME_DIR: home },
+    stdio: 'ignore',
+  });
   return { server, variables: { XDG_RUNTIME_DIR: home } };
 }
 
@@ -25,7 +28,15 @@ async function startFirefox(variables) {
   const settings = { 'media.cubeb.sandbox': false, 'security.sandbox.content.level': 0 }; // so that it reaches PulseAudio
   const lines = Object.entries(settings).map(([name, value]) => `user_pref("${name}", ${value});\n`);
   writeFileSync(`${home}/profile/user.js`, lines.join(''));
-  const options = ['--headless', '--no-remote', '--profile', `${home}/profile`, '--remote-debugging-port', '0', 'about:blank'];
+  const options = [
+    '--headless',
+    '--no-remote',
+    '--profile',
+    `${home}/profile`,
+    '--remote-debugging-port',
+    '0',
+    'about:blank',
+  ];
   const browser = spawn('firefox-esr', options, { env: { ...process.env, HOME: home, ...variables } });
   const url = await new Promise((resolve) => {
     let said = '';
@@ -63,7 +74,12 @@ test('Firefox plays the page, and renders the same bits as Chromium', { timeout:
     await send('browsingContext.navigate', { context, url: address, wait: 'complete' });
     const run = async (action) => {
       const expression = `(${action})().then(JSON.stringify)`;
-      const { result, exceptionDetails } = await send('script.evaluate', { expression, target: { context }, awaitPromise: true, userActivation: true });
+      const { result, exceptionDetails } = await send('script.evaluate', {
+        expression,
+        target: { context },
+        awaitPromise: true,
+        userActivation: true,
+      });
       assert.equal(exceptionDetails, undefined);
       return JSON.parse(result.value);
     };
@@ -83,7 +99,10 @@ test('Firefox plays the page, and renders the same bits as Chromium', { timeout:
     assert.ok(heard.peak > 0.01);
 
     const render = async () => {
-      const input = Float64Array.from({ length: 9600 }, (_, n) => (((n * 7919) % 1000) / 1000 - 0.5) * (1 - n / 9600));
+      const input = Float64Array.from(
+        { length: 9600 },
+        (_, n) => (((n * 7919) % 1000) / 1000 - 0.5) * (1 - n / 9600),
+      );
       return [...(await window.wail.render(input, 48000, { sense: 0.4, range: 1, envelope: 0.9 }))];
     };
     const page = await open(chromium);

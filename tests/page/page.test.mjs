@@ -4,7 +4,21 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { after, before, test } from 'node:test';
-import { axeSource, dataOf, distance, download, folder, launch, loudness, message, open, root, shown, spectrum, wail } from './browser.mjs';
+import {
+  axeSource,
+  dataOf,
+  distance,
+  download,
+  folder,
+  launch,
+  loudness,
+  message,
+  open,
+  root,
+  shown,
+  spectrum,
+  wail,
+} from './browser.mjs';
 
 let browser;
 before(async () => (browser = await launch()));
@@ -26,8 +40,18 @@ const settings = async (page) => {
 };
 // "Name: --sense 0.45 --invert off" as { name, sense: '0.45', invert: 'off' }.
 const settingsOfProgram = (file) => {
-  const [, name, options] = wail('preset', 'show', file).trim().match(/^(.*?): (.*)$/);
-  return { ...Object.fromEntries(options.split(/ ?--/).slice(1).map((option) => option.split(' '))), name };
+  const [, name, options] = wail('preset', 'show', file)
+    .trim()
+    .match(/^(.*?): (.*)$/);
+  return {
+    ...Object.fromEntries(
+      options
+        .split(/ ?--/)
+        .slice(1)
+        .map((option) => option.split(' ')),
+    ),
+    name,
+  };
 };
 const optionsOf = ({ name, ...values }) => Object.entries(values).flatMap(([key, value]) => [`--${key}`, value]);
 const dial = (page, name) => page.getByRole('slider', { name, exact: true });
@@ -55,17 +79,50 @@ pageTest('plays within a second of the click, without a request', {}, async (pag
 // Noise that repeats often enough for the analyser to tell its harmonics apart has a spectrum that stands still.
 pageTest('every control changes what is heard, from the keyboard alone, and undo takes it back', {}, async (page) => {
   const file = `${folder}/steady.wav`;
-  sox('-R', '-n', '-r', '44100', '-c', '1', '-b', '24', file, 'synth', '512s', 'whitenoise', 'gain', '-20', 'repeat', '399');
+  sox(
+    '-R',
+    '-n',
+    '-r',
+    '44100',
+    '-c',
+    '1',
+    '-b',
+    '24',
+    file,
+    'synth',
+    '512s',
+    'whitenoise',
+    'gain',
+    '-20',
+    'repeat',
+    '399',
+  );
   await page.setInputFiles('#file', file);
   await page.focus('#play');
   await page.keyboard.press('Enter');
   const before = await spectrum(page);
   assert.ok(distance(before, await spectrum(page)) < 0.5, 'it stands still');
-  const moves = { 'On/Off': ' ', Sense: 'Home', Reso: 'Home', Range: 'Home', Balance: 'Home', Invert: ' ', Envelope: 'Home' };
+  const moves = {
+    'On/Off': ' ',
+    Sense: 'Home',
+    Reso: 'Home',
+    Range: 'Home',
+    Balance: 'Home',
+    Invert: ' ',
+    Envelope: 'Home',
+  };
   await page.focus('#preset');
-  while (await page.evaluate(() => document.activeElement.closest('#controls') === null)) await page.keyboard.press('Tab');
+  while (await page.evaluate(() => document.activeElement.closest('#controls') === null))
+    await page.keyboard.press('Tab');
   for (const [name, key] of Object.entries(moves)) {
-    while (!(await page.evaluate((n) => document.activeElement.matches('[role]') && document.activeElement.closest('.control').querySelector('.name').textContent === n, name)))
+    while (
+      !(await page.evaluate(
+        (n) =>
+          document.activeElement.matches('[role]') &&
+          document.activeElement.closest('.control').querySelector('.name').textContent === n,
+        name,
+      ))
+    )
       await page.keyboard.press('Tab');
     await page.keyboard.press(key);
     assert.ok(distance(before, await spectrum(page)) > 1, `${name} changes the sound`);
@@ -74,29 +131,33 @@ pageTest('every control changes what is heard, from the keyboard alone, and undo
   }
 });
 
-pageTest('values go by keys, by a typed number, by a drag, and back to the default by a double click', {}, async (page) => {
-  const sense = dial(page, 'Sense');
-  await sense.focus();
-  for (const key of ['End', 'PageDown', 'ArrowLeft', 'Shift+ArrowDown']) await page.keyboard.press(key);
-  assert.equal(await sense.getAttribute('aria-valuetext'), '8.89');
-  await page.keyboard.type('2.5');
-  await page.keyboard.press('Enter');
-  assert.equal((await settings(page)).sense, '0.25');
-  await page.getByRole('button', { name: 'type a value for Sense' }).click();
-  await page.keyboard.type('11');
-  await page.keyboard.press('Enter');
-  assert.match(await message(page), /type a number from 0 to 10/);
-  const box = await sense.boundingBox();
-  await page.mouse.move(box.x + 40, box.y + 40);
-  await page.mouse.down();
-  await page.mouse.move(box.x + 40, box.y - 15, { steps: 5 });
-  await page.mouse.up();
-  assert.equal((await settings(page)).sense, '0.5');
-  await page.click('#undo');
-  assert.equal((await settings(page)).sense, '0.25', 'a drag is undone at once');
-  await sense.dblclick();
-  assert.equal((await settings(page)).sense, '0.84210527');
-});
+pageTest(
+  'values go by keys, by a typed number, by a drag, and back to the default by a double click',
+  {},
+  async (page) => {
+    const sense = dial(page, 'Sense');
+    await sense.focus();
+    for (const key of ['End', 'PageDown', 'ArrowLeft', 'Shift+ArrowDown']) await page.keyboard.press(key);
+    assert.equal(await sense.getAttribute('aria-valuetext'), '8.89');
+    await page.keyboard.type('2.5');
+    await page.keyboard.press('Enter');
+    assert.equal((await settings(page)).sense, '0.25');
+    await page.getByRole('button', { name: 'type a value for Sense' }).click();
+    await page.keyboard.type('11');
+    await page.keyboard.press('Enter');
+    assert.match(await message(page), /type a number from 0 to 10/);
+    const box = await sense.boundingBox();
+    await page.mouse.move(box.x + 40, box.y + 40);
+    await page.mouse.down();
+    await page.mouse.move(box.x + 40, box.y - 15, { steps: 5 });
+    await page.mouse.up();
+    assert.equal((await settings(page)).sense, '0.5');
+    await page.click('#undo');
+    assert.equal((await settings(page)).sense, '0.25', 'a drag is undone at once');
+    await sense.dblclick();
+    assert.equal((await settings(page)).sense, '0.84210527');
+  },
+);
 
 pageTest('presets are those of the program, and a link carries them', {}, async (page) => {
   for (const file of readdirSync(`${root}presets`).filter((name) => name.endsWith('.fxp'))) {
@@ -137,19 +198,35 @@ pageTest('what is dropped is rendered as wail renders it, to the bit', {}, async
     const name = `in-${bits}.${kind}`;
     const input = `${folder}/${name}`;
     sox('-D', '/usr/share/sonic-pi/samples/loop_amen.flac', '-r', rate, '-b', bits, input, 'gain', '-3');
-    const transfer = await page.evaluateHandle(([text, name]) => {
-      const data = new DataTransfer();
-      data.items.add(new File([Uint8Array.from(atob(text), (c) => c.charCodeAt(0))], name));
-      return data;
-    }, [readFileSync(input).toString('base64'), name]);
+    const transfer = await page.evaluateHandle(
+      ([text, name]) => {
+        const data = new DataTransfer();
+        data.items.add(new File([Uint8Array.from(atob(text), (c) => c.charCodeAt(0))], name));
+        return data;
+      },
+      [readFileSync(input).toString('base64'), name],
+    );
     await page.dispatchEvent('body', 'drop', { dataTransfer: transfer });
     await page.waitForFunction((start) => document.getElementById('message').textContent.startsWith(start), name);
     await page.selectOption('#format', format);
     const rendered = await download(page, () => page.click('#download'));
     const expected = `${folder}/expected.wav`;
-    wail('render', input, '-o', expected, '--block', '128', '--format', format === 'float' ? 'wav/float' : 'wav/pcm24', ...optionsOf(await settings(page)));
+    wail(
+      'render',
+      input,
+      '-o',
+      expected,
+      '--block',
+      '128',
+      '--format',
+      format === 'float' ? 'wav/float' : 'wav/pcm24',
+      ...optionsOf(await settings(page)),
+    );
     assert.ok(dataOf(rendered).equals(dataOf(expected)), `${name} at ${rate} Hz to ${format}`);
-    assert.match(execFileSync('soxi', [rendered], { encoding: 'utf8' }), new RegExp(`Channels +: 2\nSample Rate +: ${rate}`));
+    assert.match(
+      execFileSync('soxi', [rendered], { encoding: 'utf8' }),
+      new RegExp(`Channels +: 2\nSample Rate +: ${rate}`),
+    );
   }
 });
 
@@ -157,10 +234,29 @@ pageTest('window.wail renders doubles as wail does, and says what it cannot', {}
   const input = `${folder}/doubles.wav`;
   sox('-D', '/usr/share/sonic-pi/samples/loop_tabla.flac', '-e', 'float', '-b', '64', input, 'remix', '1');
   const expected = `${folder}/doubles-wail.wav`;
-  wail('render', input, '-o', expected, '--block', '128', '--format', 'wav/double', '--sense', '0.9', '--reso', '0.95', '--invert', 'on');
+  wail(
+    'render',
+    input,
+    '-o',
+    expected,
+    '--block',
+    '128',
+    '--format',
+    'wav/double',
+    '--sense',
+    '0.9',
+    '--reso',
+    '0.95',
+    '--invert',
+    'on',
+  );
   const rendered = await page.evaluate(async (text) => {
     const bytes = Uint8Array.from(atob(text), (c) => c.charCodeAt(0));
-    const output = await window.wail.render(new Float64Array(bytes.buffer), 44100, { sense: 0.9, Reso: 0.95, invert: 'on' });
+    const output = await window.wail.render(new Float64Array(bytes.buffer), 44100, {
+      sense: 0.9,
+      Reso: 0.95,
+      invert: 'on',
+    });
     return btoa(Array.from(new Uint8Array(output.buffer), (byte) => String.fromCharCode(byte)).join(''));
   }, dataOf(input).toString('base64'));
   assert.ok(Buffer.from(rendered, 'base64').equals(dataOf(expected)));
@@ -174,40 +270,63 @@ pageTest('what is invalid leaves what plays as it is, and says what to do', { ha
   assert.match(await message(page), /link.*'sense': '2' is not a number from 0 to 1.*Copy it again/);
   await page.click('#play');
   const before = await shown(page);
-  const bad = { 'noise.mp3': 'no sound', 'empty.wav': '', 'cut.fxp': readFileSync(`${root}presets/metal-box.fxp`).subarray(0, 50), 'other.fxp': 'no program' };
+  const bad = {
+    'noise.mp3': 'no sound',
+    'empty.wav': '',
+    'cut.fxp': readFileSync(`${root}presets/metal-box.fxp`).subarray(0, 50),
+    'other.fxp': 'no program',
+  };
   for (const [name, content] of Object.entries(bad)) {
     writeFileSync(`${folder}/${name}`, content);
     await page.setInputFiles(name.endsWith('.fxp') ? '#fxp' : '#file', `${folder}/${name}`);
-    await page.waitForFunction((n) => document.getElementById('message').textContent.match(`Cannot (play|load) ${n}: .*[.] (Try|Choose)`), name);
+    await page.waitForFunction(
+      (n) => document.getElementById('message').textContent.match(`Cannot (play|load) ${n}: .*[.] (Try|Choose)`),
+      name,
+    );
   }
   await page.click('#plug');
   await page.getByRole('button', { name: 'Plug in', exact: true }).click();
-  await page.waitForFunction(() => /Cannot listen.*plug in again/.test(document.getElementById('message').textContent));
+  await page.waitForFunction(() =>
+    /Cannot listen.*plug in again/.test(document.getElementById('message').textContent),
+  );
   assert.equal(await shown(page), before);
   assert.ok((await loudness(page)) > 0.01, 'it still plays');
 });
 
-pageTest('an input is heard through the effect, after a warning', { before: () => {
-  navigator.mediaDevices.getUserMedia = async (constraints) => {
-    window.asked = constraints.audio;
-    const context = new AudioContext();
-    const to = new MediaStreamAudioDestinationNode(context);
-    new OscillatorNode(context, { frequency: 440 }).connect(to);
-    to.context.createConstantSource().connect(to);
-    window.input = to;
-    return to.stream;
-  };
-} }, async (page) => {
-  await page.click('#plug');
-  assert.match(await page.textContent('dialog[open]'), /Use headphones/);
-  assert.equal(await page.evaluate(() => window.asked), undefined);
-  await page.click('#plug-now');
-  await page.getByRole('radio', { name: 'Input' }).waitFor();
-  assert.deepEqual(await page.evaluate(() => [window.asked.echoCancellation, window.asked.noiseSuppression, window.asked.autoGainControl]), [false, false, false]);
-  await page.waitForFunction(() => document.getElementById('play').textContent === 'Pause');
-  await page.getByRole('radio', { name: 'Guitar' }).check();
-  assert.equal(await page.evaluate(() => window.input.stream.active), false, 'the input is let go');
-});
+pageTest(
+  'an input is heard through the effect, after a warning',
+  {
+    before: () => {
+      navigator.mediaDevices.getUserMedia = async (constraints) => {
+        window.asked = constraints.audio;
+        const context = new AudioContext();
+        const to = new MediaStreamAudioDestinationNode(context);
+        new OscillatorNode(context, { frequency: 440 }).connect(to);
+        to.context.createConstantSource().connect(to);
+        window.input = to;
+        return to.stream;
+      };
+    },
+  },
+  async (page) => {
+    await page.click('#plug');
+    assert.match(await page.textContent('dialog[open]'), /Use headphones/);
+    assert.equal(await page.evaluate(() => window.asked), undefined);
+    await page.click('#plug-now');
+    await page.getByRole('radio', { name: 'Input' }).waitFor();
+    assert.deepEqual(
+      await page.evaluate(() => [
+        window.asked.echoCancellation,
+        window.asked.noiseSuppression,
+        window.asked.autoGainControl,
+      ]),
+      [false, false, false],
+    );
+    await page.waitForFunction(() => document.getElementById('play').textContent === 'Pause');
+    await page.getByRole('radio', { name: 'Guitar' }).check();
+    assert.equal(await page.evaluate(() => window.input.stream.active), false, 'the input is let go');
+  },
+);
 
 pageTest('the picture lives while it plays, and stands still when motion is to be reduced', {}, async (page) => {
   const picture = () => page.evaluate(() => document.getElementById('picture').toDataURL());
@@ -231,18 +350,25 @@ test('a browser without AudioWorklet is told what it lacks', async () => {
 });
 
 for (const colorScheme of ['light', 'dark'])
-  pageTest(`no fault of accessibility, and nothing out of sight, in ${colorScheme}`, { colorScheme, hash: '#sense=1' }, async (page) => {
-    await page.evaluate(axeSource);
-    for (const width of [1600, 360]) {
-      await page.setViewportSize({ width, height: 900 });
-      await page.waitForSelector('#end-mark:visible'); // Sense is too high
-      assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width);
-      for (const open of [false, true]) {
-        if (open) await page.click('#plug');
-        const { violations } = await page.evaluate(() => window.axe.run());
-        assert.deepEqual(violations.map(({ id, nodes }) => `${id}: ${nodes[0].html}`), []);
+  pageTest(
+    `no fault of accessibility, and nothing out of sight, in ${colorScheme}`,
+    { colorScheme, hash: '#sense=1' },
+    async (page) => {
+      await page.evaluate(axeSource);
+      for (const width of [1600, 360]) {
+        await page.setViewportSize({ width, height: 900 });
+        await page.waitForSelector('#end-mark:visible'); // Sense is too high
+        assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width);
+        for (const open of [false, true]) {
+          if (open) await page.click('#plug');
+          const { violations } = await page.evaluate(() => window.axe.run());
+          assert.deepEqual(
+            violations.map(({ id, nodes }) => `${id}: ${nodes[0].html}`),
+            [],
+          );
+        }
+        await page.click('#plug-cancel');
+        await page.screenshot({ path: `${root}build/page/${colorScheme}-${width}.png`, fullPage: true });
       }
-      await page.click('#plug-cancel');
-      await page.screenshot({ path: `${root}build/page/${colorScheme}-${width}.png`, fullPage: true });
-    }
-  });
+    },
+  );
