@@ -14,19 +14,18 @@ export const root = fileURLToPath(new URL('../../', import.meta.url));
 export const folder = mkdtempSync(`${tmpdir()}/wail-page-`);
 export const address = pathToFileURL(`${root}build/page/wail.html`).href;
 
-export const wail = (...args) => execFileSync(`${root}build/release/wail`, args, { encoding: 'utf8' });
+// No request of the browser's own, and a microphone that beeps.
+const kFlags =
+  'no-sandbox disable-gpu disable-quic no-first-run disable-background-networking disable-component-update ' +
+  'disable-sync use-fake-device-for-media-stream';
+
+// Runs the program with a line of options.
+export const wail = (line) =>
+  execFileSync(`${root}build/release/wail`, line.split(' '), { encoding: 'utf8', stdio: 'pipe' });
 export const launch = () =>
   chromium.launch({
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-    args: [
-      '--no-sandbox',
-      '--disable-gpu',
-      '--disable-quic',
-      '--no-first-run',
-      '--disable-background-networking',
-      '--disable-component-update',
-      '--disable-sync',
-    ],
+    args: kFlags.split(' ').map((flag) => `--${flag}`),
   });
 
 // Everything that is to be heard also reaches this analyser, whatever the page does with it.
@@ -41,7 +40,7 @@ export function listen() {
   };
 }
 
-// Opens the page, ready to play. options: those of a browser context, and hash, and before: a script that runs first.
+// Opens the page, ready to play. options: those of a browser context, and hash, and before: scripts that run first.
 // page.faults collects console errors, uncaught errors and requests to anywhere.
 export async function open(browser, { hash = '', before = listen, ready = '#play:enabled', ...options } = {}) {
   const context = await browser.newContext(options);
@@ -50,7 +49,7 @@ export async function open(browser, { hash = '', before = listen, ready = '#play
   page.on('console', (message) => ['error', 'warning'].includes(message.type()) && page.faults.push(message.text()));
   page.on('pageerror', (error) => page.faults.push(error.message));
   page.on('request', (request) => /^(file|data|blob):/.test(request.url()) || page.faults.push(request.url()));
-  await page.addInitScript(before);
+  for (const script of [before].flat()) await page.addInitScript(script);
   await page.goto(address + hash);
   await page.waitForSelector(ready);
   return page;
@@ -109,4 +108,5 @@ export const shown = (page) =>
       .join(', '),
   );
 
-export const message = (page) => page.textContent('#message');
+// Waits until the page's message matches.
+export const says = (page, pattern) => page.locator('#message', { hasText: pattern }).waitFor();
