@@ -62,12 +62,17 @@ export class Display {
     this.sketchSoon();
   }
 
+  // The settings have changed. What plays shows that by itself.
+  takeSettings() {
+    if (!this.isLive) this.sketchSoon();
+  }
+
   // Only the last of many changes is worth a sketch.
   async sketchSoon() {
     this.sketchIsStale = true;
     if (this.isSketching) return;
     this.isSketching = true;
-    while (this.sketchIsStale && !this.isLive && this.source.channels) {
+    while (this.sketchIsStale && this.source.channels) {
       this.sketchIsStale = false;
       await this.sketch();
     }
@@ -87,7 +92,7 @@ export class Display {
     );
     this.endShare = blocks.filter(({ sweep }) => sweep >= kEndOfSweep).length / blocks.length;
     this.tellEndOfSweep();
-    await this.picture.sketch({ input, output, blocks, sampleRate, teeth: teeth() });
+    await this.picture.sketch({ input, output, blocks, sampleRate, teeth: teeth() }, () => this.isLive);
   }
 
   get isLive() {
@@ -99,7 +104,6 @@ export class Display {
     const now = performance.now();
     if (this.motion.matches && now - this.lastFrame < kStillMilliseconds) return;
     this.lastFrame = now;
-    this.picture.stopSketch();
     this.player.analyser.getFloatFrequencyData(this.decibels);
     const { meters, decibels } = this;
     const teeth = this.teeth();

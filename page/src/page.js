@@ -73,7 +73,7 @@ export class Page {
     settings.addEventListener('change', () => {
       this.showSettings();
       this.player.setValues(settings.values);
-      if (this.source) this.display.sketchSoon();
+      if (this.source) this.display.takeSettings();
     });
     $('preset').addEventListener('change', () =>
       settings.replace(this.presets.find(({ name }) => name === $('preset').value)),
@@ -282,7 +282,7 @@ export class Page {
     const paused = this.player.pause();
     this.showPlaying();
     await paused;
-    this.display.sketchSoon();
+    this.display.takeSettings();
   }
 
   showPlaying() {

@@ -1,6 +1,7 @@
 // The picture of the sound: level in, the output's spectrogram with the teeth of the comb over it, and how far they
 // are swept, side by side in time. It stands still; a head runs over it from left to right and paints it anew.
 
+import { kBlock } from './effect.js';
 import { kBins, kFftSize, spectrum } from './spectrum.js';
 
 const kLowest = 50; // Hz
@@ -49,14 +50,16 @@ export class Picture {
     this.show(null);
   }
 
-  // The column that a moment gives. meters: level, sweep, and delay in s. decibels: the output's spectrum.
-  // teeth: how strongly they are drawn, 0 .. 1.
-  paint(position, { meters, decibels, sampleRate, teeth }) {
+  // Paints what a moment of the sound gives, position seconds from its beginning. column: { meters: level, sweep, and
+  // delay in s; decibels: the output's spectrum; sampleRate in Hz; teeth: how strongly they are drawn, 0 .. 1 }.
+  paint(position, column) {
     const x = Math.floor(((position % this.seconds) / this.seconds) * this.width);
     if (this.last && x === this.lastX) return;
-    // A step back is a new turn of the loop; a long one forward a page that slept.
-    const from = this.last && x > this.lastX && x - this.lastX < this.width / 8 ? this.lastX : x - this.ratio;
-    this.#paintColumns(Math.max(0, Math.floor(from)), x, { meters, decibels, sampleRate, teeth });
+    // A step back is a new round; a long one forward a page that slept.
+    const goesOn = this.last && x > this.lastX && x - this.lastX < this.width / 8;
+    const from = goesOn ? this.lastX : Math.max(0, Math.floor(x - this.ratio));
+    this.#paintColumns(from, x, column, this.last ?? column);
+    this.last = column;
     this.lastX = x;
   }
 
@@ -73,34 +76,35 @@ export class Picture {
     }
   }
 
-  // Paints all of it ahead of the sound. output, input: one channel of what the width shows. blocks: for each
-  // 128 samples its { sweep, delay }. Returns true when it is done, false if another picture was begun meanwhile.
-  async sketch({ input, output, blocks, sampleRate, teeth }) {
+  // Paints all of a sound ahead, until another picture is begun. sound: { input, output: one channel of what the width
+  // shows; blocks: for each 128 samples its { sweep, delay }; sampleRate in Hz; teeth }. isLive(): if it plays, so that
+  // the picture is shown anyway.
+  async sketch(sound, isLive) {
     const mine = (this.sketching = {});
-    this.last = null;
     const step = Math.max(1, Math.round(1.5 * this.ratio));
+    let before = null;
     let begin = performance.now();
     for (let x = 0; x < this.width; x += step) {
-      const at = Math.floor(((x + step / 2) / this.width) * this.seconds * sampleRate);
-      const span = Math.ceil((step / this.width) * this.seconds * sampleRate);
-      const block = blocks[Math.min(blocks.length - 1, Math.floor(at / 128))];
-      let level = 0;
-      for (let n = Math.max(0, at - span); n < at + span; ++n) level = Math.max(level, Math.abs(input[n] ?? 0));
-      spectrum(output, at - kFftSize / 2, this.decibels);
-      const meters = [level, block.sweep, block.delay];
-      this.#paintColumns(x, Math.min(this.width, x + step), { meters, decibels: this.decibels, sampleRate, teeth });
+      const column = this.#columnOf(sound, x, step);
+      this.#paintColumns(x, Math.min(this.width, x + step), column, before ?? column);
+      before = column;
       if (performance.now() - begin < kSliceMilliseconds) continue;
-      this.show(null);
+      if (!isLive()) this.show(null);
       await new Promise(requestAnimationFrame);
-      if (this.sketching !== mine) return false;
+      if (this.sketching !== mine) return;
       begin = performance.now();
     }
-    this.show(null);
-    return true;
+    if (!isLive()) this.show(null);
   }
 
-  stopSketch() {
-    this.sketching = null;
+  #columnOf({ input, output, blocks, sampleRate, teeth }, x, width) {
+    const samplesPerPixel = (this.seconds * sampleRate) / this.width;
+    const middle = Math.floor((x + width / 2) * samplesPerPixel);
+    const span = Math.ceil(width * samplesPerPixel);
+    const level = input.subarray(Math.max(0, middle - span), middle + span).reduce(louder, 0);
+    spectrum(output, middle - kFftSize / 2, this.decibels);
+    const { sweep, delay } = blocks[Math.min(blocks.length - 1, Math.floor(middle / kBlock))];
+    return { meters: [level, sweep, delay], decibels: this.decibels, sampleRate, teeth };
   }
 
   #readStyle() {
@@ -127,8 +131,8 @@ export class Picture {
     this.ink.fillRect(from, top, to - from, height);
   }
 
-  // Columns from .. to, all alike.
-  #paintColumns(from, to, column) {
+  // Columns from .. to, all alike. before: the column to their left, from which the teeth go on.
+  #paintColumns(from, to, column, before) {
     const width = to - from;
     if (width <= 0) return;
     const [level, sweep] = column.meters;
@@ -143,8 +147,7 @@ export class Picture {
     if (sweep >= this.endOfSweep) this.#markEnd(from, width);
     else bar(this.sweep, sweep);
     this.#paintSpectrum(from, width, column);
-    this.#paintTeeth(from, to, column);
-    this.last = column;
+    this.#paintTeeth(from, to, column, before);
   }
 
   // The sweep stands at its end: unlike any height that it reaches.
@@ -184,10 +187,9 @@ export class Picture {
     return share > 0 ? Math.min(255, Math.round(255 * share)) : 0; // NaN and -Infinity are silence
   }
 
-  #paintTeeth(from, to, column) {
+  #paintTeeth(from, to, column, before) {
     const { ink } = this;
     const { top, height } = this.output;
-    const before = this.last ?? column;
     ink.save();
     ink.beginPath();
     ink.rect(from, top, to - from, height);
@@ -259,6 +261,10 @@ function toothFrequency(tooth, { meters }) {
 // The higher, the fainter: far up they are too many to be told apart.
 function toothStrength(tooth) {
   return 1 / (1 + 0.15 * tooth);
+}
+
+function louder(peak, sample) {
+  return Math.max(peak, Math.abs(sample));
 }
 
 function rgbOf(hex) {

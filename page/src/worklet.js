@@ -26,7 +26,10 @@ class WailProcessor extends AudioWorkletProcessor {
     this.framesToMeters = 0;
   }
 
-  process([input], [output], parameters) {
+  // Makes no objects of its own: what the browser had to collect would cost time in some later block.
+  process(inputs, outputs, parameters) {
+    const input = inputs[0];
+    const output = outputs[0];
     this.#setParameters(parameters);
     for (let c = 0; c < output.length; ++c) {
       const view = this.views[c];
@@ -46,10 +49,11 @@ class WailProcessor extends AudioWorkletProcessor {
       const value = parameters[index][0];
       if (value === this.values[index]) continue;
       this.values[index] = value;
-      for (const channel of this.channels) channel.set(index, value);
+      for (let c = 0; c < this.channels.length; ++c) this.channels[c].set(index, value);
     }
-    if (this.isNew) for (const channel of this.channels) channel.settle();
+    if (!this.isNew) return;
     this.isNew = false;
+    for (const channel of this.channels) channel.settle();
   }
 
   #sendMeters() {
