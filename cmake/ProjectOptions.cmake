@@ -28,6 +28,11 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x8
   target_compile_options(project_options INTERFACE -msse2 -mfpmath=sse -mstackrealign)
 endif()
 
+if(WIN32)
+  # Nothing but Windows itself is needed to load the modules.
+  target_link_options(project_options INTERFACE -static $<$<CONFIG:Release>:-s>)
+endif()
+
 if(WAIL_SANITIZE)
   target_compile_options(project_options INTERFACE
     -fsanitize=${WAIL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

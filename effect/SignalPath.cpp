@@ -21,13 +21,13 @@ constexpr Sweep kUpward{0.0003125, 0.001833333333, 0.25, 5.1498405};        // "
 // The longest delay of parameters in 0 .. 1; the other direction's is its base, which is shorter.
 constexpr double kLongestDelay = kUpward.base + kUpward.depth;  // s
 
+// Under FlushToZero a result that would be subnormal becomes 0.
 float toSingle(double sample) noexcept
 {
     constexpr double kLargest = std::numeric_limits<float>::max();
     if (!std::isfinite(sample))
         return 0.0f;  // as the recovery at the end of the block makes it in double precision
-    const auto rounded = static_cast<float>(std::clamp(sample, -kLargest, kLargest));
-    return std::fabs(rounded) < std::numeric_limits<float>::min() ? 0.0f : rounded;
+    return static_cast<float>(std::clamp(sample, -kLargest, kLargest));
 }
 
 }  // namespace

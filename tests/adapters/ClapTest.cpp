@@ -20,7 +20,7 @@ constexpr Values kDefaults{0.0, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0, 1.0f};
 
 const clap::Entry& clapEntry()
 {
-    return *static_cast<const clap::Entry*>(dlsym(loadLibrary(WAIL_CLAP), "clap_entry"));
+    return *static_cast<const clap::Entry*>(findSymbol(loadLibrary(WAIL_CLAP), "clap_entry"));
 }
 
 bool isSwitch(clap::Id id)
@@ -409,10 +409,12 @@ TEST_F(Clap, TakesTheRatesThatItHasMemoryFor)
     for (const double rate : {62.49, 3072000.5, -48000.0, double{NAN}, double{INFINITY}})
         EXPECT_FALSE(instance.activate(rate)) << rate;
     for (const double rate : {62.5, 3072000.0}) {
-        Allocations::left = 0;
-        const bool activated = instance.activate(rate);
-        Allocations::left = -1;
-        EXPECT_FALSE(activated);
+        if (Allocations::seeModules) {
+            Allocations::left = 0;
+            const bool activated = instance.activate(rate);
+            Allocations::left = -1;
+            EXPECT_FALSE(activated);
+        }
         double sample = 0.0;
         EXPECT_EQ(instance.process(&sample, &sample, 1), clap::kProcessError);
         EXPECT_TRUE(instance.activate(rate)) << rate;
@@ -432,10 +434,12 @@ TEST_F(Clap, TurnsDownWhatHostsGetWrong)
     for (const char* const id :
          std::initializer_list<const char*>{"", "com.korva.wail2", "com.korva", nullptr})
         EXPECT_EQ(ClapInstance::make(entry, instance.host.record, id), nullptr);
-    Allocations::left = 1;
-    const clap::Plugin* const none = ClapInstance::make(entry, instance.host.record);
-    Allocations::left = -1;
-    EXPECT_EQ(none, nullptr);
+    if (Allocations::seeModules) {
+        Allocations::left = 1;
+        const clap::Plugin* const none = ClapInstance::make(entry, instance.host.record);
+        Allocations::left = -1;
+        EXPECT_EQ(none, nullptr);
+    }
     clap::Host foreign{};
     foreign.version = {0, 26, 0};
     EXPECT_EQ(ClapInstance::make(entry, foreign), nullptr);
@@ -464,12 +468,12 @@ TEST(ClapLibrary, LoadsAThousandTimes)
     const ClapHost host;
     for (int i = 0; i < 1000; ++i) {
         void* const library = loadLibrary(WAIL_CLAP);
-        const auto& entry = *static_cast<const clap::Entry*>(dlsym(library, "clap_entry"));
+        const auto& entry = *static_cast<const clap::Entry*>(findSymbol(library, "clap_entry"));
         ASSERT_TRUE(entry.init(WAIL_CLAP));
         const clap::Plugin* const plugin = ClapInstance::make(entry, host.record);
         plugin->destroy(plugin);
         entry.deinit();
-        ASSERT_EQ(dlclose(library), 0);
+        ASSERT_TRUE(unloadLibrary(library));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "host/VstRecords.h"
+#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +18,7 @@ constexpr bool kSwitches[] = {true, false, false, false, false, true, false};
 std::string displayOf(const Plugin& plugin, VstInt32 index, float value)
 {
     char text[64] = "untouched";
-    plugin.call<void, VstInt32, float, char*>(161, index, value, text);
+    plugin.call<void, VstInt32, float, char*>(slot::getParameterDisplayOf, index, value, text);
     return text;
 }
 

@@ -34,6 +34,7 @@ auto notes(std::integer_sequence<int, words...>)
 
 }  // namespace
 
+#ifndef _WIN32  // where a number's register depends on its place among the arguments
 // In the expectations, i, v, p and f stand for the request's index, value, ptr and opt, I and V for whether index and
 // value are not 0.
 TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
@@ -115,3 +116,4 @@ TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
         }
     }
 }
+#endif

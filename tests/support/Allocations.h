@@ -5,6 +5,11 @@
 
 // Every allocation of the process, the bundle's too, through the global operator new. Fresh memory holds 0xA5.
 struct Allocations {
+#ifdef _WIN32
+    static constexpr bool seeModules = false;  // whose operator new is their own
+#else
+    static constexpr bool seeModules = true;
+#endif
     static inline std::atomic<std::size_t> count = 0;
     static inline std::atomic<std::ptrdiff_t> live = 0;  // allocated and not freed yet
     static inline std::atomic<std::ptrdiff_t> left =

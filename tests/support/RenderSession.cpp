@@ -1,10 +1,11 @@
-// render_session FILE: renders one fixed session of a busy host through the bundle of this build and writes its
-// samples, as they lie in memory, to FILE.
-// render_session FILE LIMIT: renders it and says how far it lies from the one in FILE; exit status 1 beyond LIMIT,
-// in full scale, and 2 when there is no such session.
+// render_session [--module MODULE] FILE: renders one fixed session of a busy host through the bundle of this build,
+// or through MODULE, which may have the entry point of any plug-in interface, and writes its samples, as they lie
+// in memory, to FILE.
+// render_session [--module MODULE] FILE LIMIT: renders it and says how far it lies from the one in FILE; exit
+// status 1 beyond LIMIT, in full scale, and 2 when there is no such session.
 
+#include "tests/support/Player.h"
 #include "tests/support/Signals.h"
-#include "tests/support/TestHost.h"
 
 #include <algorithm>
 #include <fstream>
@@ -15,13 +16,12 @@ namespace
 
 // Every machine has the same input and the same moves of the host: nothing but exactly rounded arithmetic
 // makes them. The seed is one whose settings meet the mathematics libraries where they differ.
-std::vector<double> renderSession()
+std::vector<double> renderSession(Player& player)
 {
-    const Plugin plugin;
     Chance chance{std::mt19937(43)};
     std::vector<double> session;
     for (const float rate : {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
-        plugin.setRate(rate);
+        player.setRate(rate);
         std::vector<double> samples = noise(1 << 17);
         double level = 1.0;
         for (double& sample : samples) {
@@ -31,11 +31,11 @@ std::vector<double> renderSession()
         for (std::size_t at = 0; at < samples.size();) {
             const auto index = static_cast<VstInt32>(chance.random() % 7);
             const float value = chance.share();
-            plugin.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
+            player.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
             if (chance.oneIn(50))
-                plugin.dispatch(effSetProgram, 0, static_cast<VstIntPtr>(chance.random() % 16));
+                player.setProgram(static_cast<VstInt32>(chance.random() % 16));
             const std::size_t length = std::min<std::size_t>(chance.random() % 128, samples.size() - at);
-            plugin.process(samples.data() + at, static_cast<VstInt32>(length));
+            player.process(samples.data() + at, static_cast<VstInt32>(length));
             at += length;
         }
         session.insert(session.end(), samples.begin(), samples.end());
@@ -47,7 +47,13 @@ std::vector<double> renderSession()
 
 int main(int argc, char** argv)
 {
-    const std::vector<double> session = renderSession();
+    std::string module = WAIL_BUNDLE;
+    if (argc > 2 && argv[1] == std::string("--module")) {
+        module = argv[2];
+        argc -= 2;
+        argv += 2;
+    }
+    const std::vector<double> session = renderSession(*makePlayer(loadLibrary(module)));
     const auto size = static_cast<std::streamsize>(session.size() * sizeof(double));
     if (argc == 2) {
         std::ofstream file(argv[1], std::ios::binary);

@@ -2,12 +2,10 @@
 
 #include "host/K_TypeIF.h"
 #include "host/Opcodes.h"
-
-#include <dlfcn.h>
+#include "tests/support/Library.h"
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -32,19 +30,11 @@ inline VstIntPtr hostCallback(AEffect* effect, VstInt32 opcode, VstInt32 index, 
     return hostAnswer;
 }
 
-inline void* loadLibrary(const std::string& path)
-{
-    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr)
-        throw std::runtime_error(dlerror());
-    return library;
-}
-
 // An entry point of the built bundle, which stays loaded, or of another one.
 using EntryPoint = K_TypeIF* (*)(audioMasterCallback);
 inline EntryPoint entryPoint(const char* name, void* bundle = loadLibrary(WAIL_BUNDLE))
 {
-    return reinterpret_cast<EntryPoint>(dlsym(bundle, name));
+    return reinterpret_cast<EntryPoint>(findSymbol(bundle, name));
 }
 
 // An effect, driven through its record alone.
