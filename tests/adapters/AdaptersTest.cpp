@@ -11,7 +11,7 @@ namespace
 
 using Adapters = Lv2;
 
-// What hosts may send for a value of 0 .. 1: beyond the ends anything, for a switch anything on its side.
+// What a host may send to set a value of 0 .. 1: for an end anything beyond it, for a switch anything on its side.
 float sentFor(float value, bool isSwitch, float threshold, Random& random)
 {
     if (isSwitch)
@@ -22,7 +22,7 @@ float sentFor(float value, bool isSwitch, float threshold, Random& random)
     return value == 0.0f ? random.pick(std::array{0.0f, -0.5f, -INFINITY}) : value;
 }
 
-// Rounded to nearest, the largest float beyond the range and 0 below the normal one.
+// Rounds to nearest: to the largest float beyond the range, and to 0 if the result would be subnormal.
 float narrowed(double sample)
 {
     const auto single = static_cast<float>(std::clamp<double>(sample, -FLT_MAX, FLT_MAX));

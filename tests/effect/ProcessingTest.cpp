@@ -62,52 +62,52 @@ struct Twins {
 
 // Everything that a host may do to an effect between blocks. extreme: parameters are often at their upper
 // end.
-void randomHostCalls(Chance& chance, Twins& twins, bool extreme)
+void randomHostCalls(Random& random, Twins& twins, bool extreme)
 {
     const float odd[] = {0.5f, NAN};  // of a switch
-    for (VstInt32 index = 0, count = chance.oneIn(3) ? 0 : 7; index < count; ++index) {
+    for (VstInt32 index = 0, count = random.oneIn(3) ? 0 : 7; index < count; ++index) {
         const bool isSwitch = index == kOnOff || index == kInvert;
-        if (isSwitch && chance.oneIn(6))
-            twins.set(index, chance.oneIn(8) ? chance.pick(odd) : static_cast<float>(chance.oneIn(2)));
-        else if (!isSwitch && chance.oneIn(2))
-            twins.set(index, extreme && chance.oneIn(2) ? 1.0f : chance.share());
+        if (isSwitch && random.oneIn(6))
+            twins.set(index, random.oneIn(8) ? random.pick(odd) : static_cast<float>(random.oneIn(2)));
+        else if (!isSwitch && random.oneIn(2))
+            twins.set(index, extreme && random.oneIn(2) ? 1.0f : random.share());
     }
     const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
-    if (chance.oneIn(20))
-        twins.set(chance.pick(std::array{kSense, kReso, kRange, kBalance, kEnvelope}), chance.pick(wild));
-    if (chance.oneIn(40))
+    if (random.oneIn(20))
+        twins.set(random.pick(std::array{kSense, kReso, kRange, kBalance, kEnvelope}), random.pick(wild));
+    if (random.oneIn(40))
         twins.resume();
-    if (chance.oneIn(80))
-        twins.setProgram(chance.random() % 4);
-    if (chance.oneIn(60))
-        twins.setRate(chance.pick(kRates));
+    if (random.oneIn(80))
+        twins.setProgram(random.next() % 4);
+    if (random.oneIn(60))
+        twins.setRate(random.pick(kRates));
 
     // These change nothing.
     const float noRates[] = {0.0f, -48000.0f, 62.4f, 3072001.0f, INFINITY, NAN};
     const VstInt32 silent[] = {effStopProcess, effStartProcess, effMainsChanged, effSetBlockSize};
-    if (chance.oneIn(40))
-        twins.plugin.setRate(chance.pick(noRates));
-    if (chance.oneIn(20))
-        twins.plugin.dispatch(chance.pick(silent));
-    if (chance.oneIn(20))
+    if (random.oneIn(40))
+        twins.plugin.setRate(random.pick(noRates));
+    if (random.oneIn(20))
+        twins.plugin.dispatch(random.pick(silent));
+    if (random.oneIn(20))
         twins.plugin.process(nullptr, -5);
 }
 
 // A block from the source, at the level or far below, now and then with values that are no sound.
-std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, double level)
+std::vector<double> blockOf(Random& random, const std::vector<double>& source, double level)
 {
     const int lengths[] = {0, 1, 2, 3, 7, 64, 480, 1024, 4096};
     const double hostile[] = {1e308, 2e307, -1e200, INFINITY, -INFINITY, NAN, 5e-324};
-    const int length = chance.oneIn(5) ? static_cast<int>(chance.random() % 700) : chance.pick(lengths);
-    const auto start = source.begin() + chance.random() % (source.size() - 4096);
-    if (chance.oneIn(8))
-        level = std::pow(10.0, -static_cast<double>(chance.random() % 330));
+    const int length = random.oneIn(5) ? static_cast<int>(random.next() % 700) : random.pick(lengths);
+    const auto start = source.begin() + random.next() % (source.size() - 4096);
+    if (random.oneIn(8))
+        level = std::pow(10.0, -static_cast<double>(random.next() % 330));
     std::vector<double> block;
     std::transform(start, start + length, std::back_inserter(block), [level](double x) { return level * x; });
-    if (length > 0 && chance.oneIn(30)) {
-        const double value = chance.pick(hostile);
-        for (std::size_t i = chance.random() % block.size(); i < block.size() && !chance.oneIn(200); ++i)
-            block[i] = chance.oneIn(2) ? value : -value;
+    if (length > 0 && random.oneIn(30)) {
+        const double value = random.pick(hostile);
+        for (std::size_t i = random.next() % block.size(); i < block.size() && !random.oneIn(200); ++i)
+            block[i] = random.oneIn(2) ? value : -value;
     }
     return block;
 }
@@ -118,7 +118,7 @@ std::vector<double> blockOf(Chance& chance, const std::vector<double>& source, d
 TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
 {
     for (unsigned seed = 0; seed < 24; ++seed) {
-        Chance chance{std::mt19937(seed)};
+        Random random{std::mt19937(seed)};
         const std::vector<double> source = strokes(1 << 16, 6000, seed + 1);
         const bool loud = seed % 3 == 0;  // enough to drive the delay below one sample
         const Plugin neighbour;
@@ -127,14 +127,14 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy, until there is a rate
         twins.setRate(kRates[seed % 9]);
         for (int block = 0; block < 300; ++block) {
-            randomHostCalls(chance, twins, loud);
-            const std::vector<double> input = blockOf(chance, source, loud ? 8.0 : 1.0);
-            neighbour.set(static_cast<VstInt32>(chance.random() % 7), chance.share());
-            if (chance.oneIn(60))
-                neighbour.setRate(chance.pick(kRates));
+            randomHostCalls(random, twins, loud);
+            const std::vector<double> input = blockOf(random, source, loud ? 8.0 : 1.0);
+            neighbour.set(static_cast<VstInt32>(random.next() % 7), random.share());
+            if (random.oneIn(60))
+                neighbour.setRate(random.pick(kRates));
             std::vector<double> others = input;
             neighbour.process(others);
-            ASSERT_TRUE(twins.agreeOn(input, chance.oneIn(2))) << "seed " << seed << ", block " << block;
+            ASSERT_TRUE(twins.agreeOn(input, random.oneIn(2))) << "seed " << seed << ", block " << block;
         }
     }
 }

@@ -19,7 +19,7 @@ filterPrm_tag section(int type, double freq = 1000.0, double q = 0.8, double gai
     return {type, freq, 900.0, 2500.0, q, gainDb, kRate};
 }
 
-// |H| at f Hz, from the impulse response: independent of what the coefficients are called.
+// Returns the gain at f Hz, from the impulse response: independent of the coefficients' names and signs.
 double gainAt(filterPrm_tag prm, double f)
 {
     IIRFilter filter(&prm);
@@ -32,10 +32,10 @@ double gainAt(filterPrm_tag prm, double f)
     return std::abs(sum);
 }
 
-// A polynomial of the analogue frequency s, its coefficients from the lowest power up.
+// A polynomial in the analogue frequency s: coefficients from the lowest power up.
 using Polynomial = std::array<double, 3>;
 
-// The gain of the analogue prototype at f Hz; the bilinear transform keeps it, at a frequency warped around fc.
+// Returns the gain of the analogue prototype at f Hz, which the bilinear transform keeps but for warping around fc.
 double prototypeGain(double f, double fc, Polynomial numerator, Polynomial denominator)
 {
     const std::complex<double> s(0.0, std::tan(std::numbers::pi * f / kRate) /
@@ -152,7 +152,7 @@ TEST(IIRFilter, OnlyFirstOrderSectionsKeepTheirSecondStateAtZero)
     const double y = filter.startCoef.b0;
     const double z2 = filter.startCoef.b2 + filter.startCoef.fb2 * y;
     filter.ipIirProcessing(&sample);
-    EXPECT_EQ(filter.z2, z2);  // it still glides away from the second-order design
+    EXPECT_EQ(filter.z2, z2);  // still gliding away from the second-order design
 }
 
 // Samples of 1 into a one-pole section whose state is cleared before each give its input gain 1 - p.

@@ -66,7 +66,7 @@ private:
 
 }  // namespace
 
-TEST(AudioEffect, TurnsEveryEntryOfTheRecordIntoItsOperation)
+TEST(AudioEffect, ForwardsEveryFunctionOfTheRecordToItsOperation)
 {
     auto* const effect = new BareEffect;
     AEffect* const record = effect->getAeffect();
@@ -96,8 +96,8 @@ TEST(AudioEffect, TurnsEveryEntryOfTheRecordIntoItsOperation)
     EXPECT_EQ(other->dispatcher(other, effClose, 0, 0, nullptr, 0.0f), 1);
 }
 
-// Of a key code the low byte of value and of opt counts; what is no 32-bit integer counts as 0.
-TEST(AudioEffect, HandsItsEditorTheHostsRequestsAndDeletesIt)
+// A key code takes the low bytes of value and of opt; an opt that is NaN or beyond 32 bits counts as 0.
+TEST(AudioEffect, ForwardsRequestsToItsEditorAndDeletesIt)
 {
     const VstInt32 questions[] = {effEditGetRect, effEditOpen, effEditKeyDown, effEditKeyUp,
                                   effSetEditKnobMode};

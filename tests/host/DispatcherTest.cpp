@@ -35,9 +35,8 @@ auto notes(std::integer_sequence<int, words...>)
 }  // namespace
 
 #ifndef _WIN32  // where a number's register depends on its place among the arguments
-// In the expectations, i, v, p and f stand for the request's index, value, ptr and opt, I and V for whether index and
-// value are not 0.
-TEST(Dispatcher, HandsEveryRequestToItsOperationWithItsArguments)
+// Arguments: i, v, p and f stand for the request's index, value, ptr and opt, I and V for index != 0 and value != 0.
+TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
 {
     struct {
         VstInt32 opcode;

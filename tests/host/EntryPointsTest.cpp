@@ -44,6 +44,6 @@ TEST_P(EntryPoints, ReturnNullAndLeaveNothingWhenMemoryRunsOut)
             Plugin(interface->aeffect);  // which closes it
         return isMade;
     });
-    EXPECT_GE(failures, 3);  // the record, the effect and its programs
+    EXPECT_GE(failures, 3);  // the interface record, the effect and its programs
     EXPECT_EQ(Allocations::live, before);
 }

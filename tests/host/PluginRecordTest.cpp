@@ -18,29 +18,19 @@ TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
     EXPECT_EQ(std::string(r.future, sizeof r.future), std::string(56, '\0'));
 }
 
-TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyWhereOneAsksForIt)
+TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
 {
-    const std::map<VstInt32, VstIntPtr> answers{{effGetProgram, 2},
-                                                {effIdentify, 0x4E764566},
-                                                {effCanBeAutomated, 1},
-                                                {effGetProgramNameIndexed, 1},
-                                                {effGetPlugCategory, 1},
-                                                {effGetEffectName, 1},
-                                                {effGetVendorString, 1},
-                                                {effGetProductString, 1},
-                                                {effGetVendorVersion, 1000},
-                                                {effGetParameterProperties, 1},
-                                                {effGetVstVersion, 2400},
-                                                {effGetCurrentMidiProgram, -1},
-                                                {effSetTotalSampleToProcess, 2}};
-    const std::map<VstInt32, std::string> texts{{effGetProgramName, "Init 3"},
-                                                {effGetParamLabel, ""},
-                                                {effGetParamDisplay, " 8.42"},
-                                                {effGetParamName, "Sense"},
-                                                {effGetProgramNameIndexed, "Init"},
-                                                {effGetEffectName, "Wail"},
-                                                {effGetVendorString, "KORVA Corporation"},
-                                                {effGetProductString, "Wail"}};
+    // clang-format off
+    const std::map<VstInt32, VstIntPtr> answers{
+        {effGetProgram, 2}, {effIdentify, 0x4E764566}, {effCanBeAutomated, 1}, {effGetProgramNameIndexed, 1},
+        {effGetPlugCategory, 1}, {effGetEffectName, 1}, {effGetVendorString, 1}, {effGetProductString, 1},
+        {effGetVendorVersion, 1000}, {effGetParameterProperties, 1}, {effGetVstVersion, 2400},
+        {effGetCurrentMidiProgram, -1}, {effSetTotalSampleToProcess, 2}};
+    const std::map<VstInt32, std::string> texts{
+        {effGetProgramName, "Init 3"}, {effGetParamLabel, ""}, {effGetParamDisplay, " 8.42"},
+        {effGetParamName, "Sense"}, {effGetProgramNameIndexed, "Init"}, {effGetEffectName, "Wail"},
+        {effGetVendorString, "KORVA Corporation"}, {effGetProductString, "Wail"}};
+    // clang-format on
     const std::string untouched(512, '#');
     const Plugin plugin;
     hostCalls.clear();
@@ -78,7 +68,7 @@ TEST(PluginRecord, LeavesSinglePrecisionBuffersAsTheyAre)
     EXPECT_EQ(sample, 0.25f);
 }
 
-TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
+TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 {
     const Plugin plugin;
     AEffect& r = *plugin.record;
@@ -107,7 +97,7 @@ TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
         (std::vector{23, 24, 25, 29, 49, 50}));
 }
 
-// One jack each way with one signal, numbered from 0, and no dry input; whichever jack the host asks about.
+// One jack each way with one signal, numbered from 0, and no dry input, also for a jack that does not exist.
 TEST(PluginRecord, DescribesItsJacksThroughTheExtension)
 {
     const Plugin plugin;

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <vector>
 
-// The effect's sound path again, written the plain way: every gain, glide and filter of a sample worked out
-// at that sample, none of the effect's code for it. What the effect renders must be the same to the last bit.
+// An independent model of the effect's sound path, written plainly: it computes every gain, glide and filter anew for
+// every sample and uses none of the effect's code. The effect must render the same bits.
 class ReferenceWail
 {
 public:
-    // By program and by parameter index; the next block hears those of the current program.
+    // By program and parameter index; the next block uses those of the current program.
     std::vector<std::array<float, 7>> programs{16, {1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f}};
     std::size_t program = 0;
 

@@ -1,8 +1,8 @@
-// render_session [--module MODULE] FILE: renders one fixed session of a busy host through the bundle of this build,
-// or through MODULE, which may have the entry point of any plug-in interface, and writes its samples, as they lie
-// in memory, to FILE.
-// render_session [--module MODULE] FILE LIMIT: renders it and says how far it lies from the one in FILE; exit
-// status 1 beyond LIMIT, in full scale, and 2 when there is no such session.
+// render_session [--module MODULE] FILE: renders a fixed session of a busy host through the bundle of this build, or
+// through MODULE, which may have the entry point of any plug-in interface, and writes the samples to FILE, in the
+// machine's byte order.
+// render_session [--module MODULE] FILE LIMIT: renders it and prints by how much it differs from the session in FILE.
+// Exit status 1 if a sample differs by more than LIMIT, in full scale, and 2 if FILE holds no session.
 
 #include "tests/support/Player.h"
 #include "tests/support/Signals.h"
@@ -14,11 +14,11 @@
 namespace
 {
 
-// Every machine has the same input and the same moves of the host: nothing but exactly rounded arithmetic
-// makes them. The seed is one whose settings meet the mathematics libraries where they differ.
+// The input and the host's calls are the same on every machine: only exactly rounded arithmetic makes them. With this
+// seed, the mathematics libraries of the supported machines return different results for some settings.
 std::vector<double> renderSession(Player& player)
 {
-    Chance chance{std::mt19937(43)};
+    Random random{std::mt19937(43)};
     std::vector<double> session;
     for (const float rate : {22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
         player.setRate(rate);
@@ -26,15 +26,15 @@ std::vector<double> renderSession(Player& player)
         double level = 1.0;
         for (double& sample : samples) {
             sample *= level;
-            level = chance.oneIn(8192) ? 1.0 : level * 0.999;
+            level = random.oneIn(8192) ? 1.0 : level * 0.999;
         }
         for (std::size_t at = 0; at < samples.size();) {
-            const auto index = static_cast<VstInt32>(chance.random() % 7);
-            const float value = chance.share();
+            const auto index = static_cast<VstInt32>(random.next() % 7);
+            const float value = random.share();
             player.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
-            if (chance.oneIn(50))
-                player.setProgram(static_cast<VstInt32>(chance.random() % 16));
-            const std::size_t length = std::min<std::size_t>(chance.random() % 128, samples.size() - at);
+            if (random.oneIn(50))
+                player.setProgram(static_cast<VstInt32>(random.next() % 16));
+            const std::size_t length = std::min<std::size_t>(random.next() % 128, samples.size() - at);
             player.process(samples.data() + at, static_cast<VstInt32>(length));
             at += length;
         }

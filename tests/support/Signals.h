@@ -17,7 +17,6 @@ struct Random {
 
     std::mt19937 random;
 };
-using Chance = Random;
 
 // For comparisons in which 0 and -0 differ and a NaN equals itself.
 inline std::uint64_t bitsOf(double sample)

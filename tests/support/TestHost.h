@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// A host's side of the interface: remembers every call and answers each with hostAnswer.
+// A call of the host's callback, which records it in hostCalls and returns hostAnswer.
 struct HostCall {
     AEffect* effect;
     VstInt32 opcode;
@@ -30,14 +30,14 @@ inline VstIntPtr hostCallback(AEffect* effect, VstInt32 opcode, VstInt32 index, 
     return hostAnswer;
 }
 
-// An entry point of the built bundle, which stays loaded, or of another one.
+// An entry point of a bundle: by default the built one, which stays loaded.
 using EntryPoint = K_TypeIF* (*)(audioMasterCallback);
 inline EntryPoint entryPoint(const char* name, void* bundle = loadLibrary(WAIL_BUNDLE))
 {
     return reinterpret_cast<EntryPoint>(findSymbol(bundle, name));
 }
 
-// An effect, driven through its record alone.
+// An effect, driven through its record and its table alone. Closes it in the end.
 class Plugin
 {
 public:
@@ -59,7 +59,7 @@ public:
     float get(VstInt32 index) const { return record->getParameter(record, index); }
     void rename(std::string name) const { dispatch(effSetProgramName, 0, 0, name.data()); }
 
-    // What an opcode writes into a text buffer; "untouched" when it writes nothing.
+    // Returns what an opcode writes into a text buffer, or "untouched".
     std::string text(VstInt32 opcode, VstInt32 index = 0) const
     {
         char buffer[64] = "untouched";
@@ -72,14 +72,14 @@ public:
     {
         record->processDoubleReplacing(record, &samples, &samples, frames);
     }
-    // Likewise, in blocks of the given length; the last one may be shorter.
+    // Likewise, in blocks of the given length, of which the last may be shorter.
     void process(std::vector<double>& samples, std::size_t block = 1 << 20) const
     {
         for (std::size_t n = 0; n < samples.size(); n += block)
             process(samples.data() + n, static_cast<VstInt32>(std::min(block, samples.size() - n)));
     }
 
-    // Calls the operation in one slot of the effect object's table, counted from 0.
+    // Calls the operation in a slot (slot::Slot) of the effect object's table.
     template <typename Result, typename... Arguments>
     Result call(int slot, Arguments... arguments) const
     {
