@@ -31,8 +31,6 @@ Sound::Sound(const Bundle& bundle, const SoundSettings& settings, int channels, 
         effects.push_back(std::make_unique<Effect>(bundle));
         applySettings(settings, *effects.back());
         effects.back()->start(sampleRate, blockSize);
-        double none = 0.0;
-        effects.back()->process(&none, 0);
     }
 }
 
