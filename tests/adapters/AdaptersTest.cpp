@@ -37,7 +37,7 @@ TEST_F(Adapters, SoundAsTheBundleFromTheFirstSampleOnAndAllocateNothing)
 {
     Random random{std::mt19937(7)};
     const std::vector<double> source = strokes(1 << 16, 6000);
-    const Plugin bundle, vst24{makeVst24()};
+    const Plugin bundle, vst24{makeVst24(hostCallback)};
     bundle.setRate(48000.0f);
     vst24.setRate(48000.0f);
     const auto lv2 = instance(48000.0);

@@ -2,9 +2,6 @@
 
 #include "tests/support/TestHost.h"
 
-// An effect of the built VST 2.4 module; null if it refuses.
-inline AEffect* makeVst24(audioMasterCallback callback = hostCallback)
-{
-    void* const make = dlsym(loadLibrary(WAIL_VST24), "VSTPluginMain");
-    return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(callback);
-}
+// The main function of the built VST 2.4 module. Returns null if it refuses the host.
+inline AEffect* (*const makeVst24)(audioMasterCallback) =
+    reinterpret_cast<AEffect* (*)(audioMasterCallback)>(dlsym(loadLibrary(WAIL_VST24), "VSTPluginMain"));

@@ -1,4 +1,5 @@
 #include "tests/adapters/Vst24Host.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/ShippedPresets.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@ TEST(Vst24, ReturnsNoEffectWithoutAHostThatWorks)
 
 TEST(Vst24, ListsTheShippedPresetsAndThenNumberedPrograms)
 {
-    const Plugin effect(makeVst24());
+    const Plugin effect(makeVst24(hostCallback));
     EXPECT_EQ(effect.text(effGetProgramName), "Gentle Sweep");
     std::map<std::string, std::array<float, 7>> programs, expected;
     for (VstInt32 program = 0; program < 16; ++program) {
@@ -31,7 +32,7 @@ TEST(Vst24, ListsTheShippedPresetsAndThenNumberedPrograms)
 
 TEST(Vst24, ASwitchIsOnFromTheMiddleOfItsSlider)
 {
-    const Plugin effect(makeVst24());
+    const Plugin effect(makeVst24(hostCallback));
     for (const float value : {0.0f, 0.49f, 0.5f, 0.7f, 1.0f}) {
         effect.set(0, value);
         EXPECT_EQ(effect.get(0), value < 0.5f ? 0.0f : 1.0f);
@@ -42,7 +43,7 @@ TEST(Vst24, ASwitchIsOnFromTheMiddleOfItsSlider)
 // Also in double precision: a constant input with Balance at 0 and the effect switched on again.
 TEST(Vst24, StartsAtItsSettingsWheneverItIsSwitchedOn)
 {
-    const Plugin effect(makeVst24());
+    const Plugin effect(makeVst24(hostCallback));
     effect.setRate(48000.0f);
     for (const float balance : {0.0f, 1.0f}) {
         effect.dispatch(effMainsChanged, 0, 1);
@@ -56,7 +57,7 @@ TEST(Vst24, StartsAtItsSettingsWheneverItIsSwitchedOn)
 
 TEST(Vst24, TakesNullBuffersForEmptyBlocksAndIgnoresNegativeLengths)
 {
-    const Plugin effect(makeVst24());
+    const Plugin effect(makeVst24(hostCallback));
     for (const float rate : {0.0f, 48000.0f}) {  // 0: none yet
         effect.setRate(rate);
         effect.record->processReplacing(effect.record, nullptr, nullptr, 0);
@@ -66,4 +67,17 @@ TEST(Vst24, TakesNullBuffersForEmptyBlocksAndIgnoresNegativeLengths)
         effect.record->processReplacing(effect.record, &buffer, &buffer, -1);
         EXPECT_EQ(sample, 0.25f);
     }
+}
+
+TEST(Vst24, ReturnsNoEffectAndLeavesNothingWhenMemoryRunsOut)
+{
+    const auto before = Allocations::live.load();
+    const int failures = Allocations::failEach([] {
+        AEffect* const made = makeVst24([](auto...) -> VstIntPtr { return 1; });
+        if (made != nullptr)
+            Plugin{made};  // which closes it
+        return made != nullptr;
+    });
+    EXPECT_GE(failures, 3);
+    EXPECT_EQ(Allocations::live, before);
 }

@@ -1,97 +1,70 @@
+#include "host/AEffEditor.h"
+#include "host/CanDos.h"
 #include "host/K_TypeBase.h"
+#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <cmath>
 
 namespace
 {
 
-// The base classes as they are, and what the host made them do.
+std::string events;  // what the host made the effect and its editor do
+
+// The base classes' defaults.
 class BareEffect : public K_TypeBase
 {
 public:
-    BareEffect() : K_TypeBase(hostCallback, 3, 2) { log.clear(); }
-    ~BareEffect() override { log += " end"; }
+    BareEffect() : K_TypeBase(hostCallback, 3, 2) { events.clear(); }
+    ~BareEffect() override { events += " end"; }
 
-    void processReplacing(float**, float**, VstInt32 n) override { log += "single" + std::to_string(n); }
+    void processReplacing(float**, float**, VstInt32 n) override { events += "single" + std::to_string(n); }
     void processDoubleReplacing(double**, double**, VstInt32 n) override
     {
-        log += "double" + std::to_string(n);
+        events += "double" + std::to_string(n);
     }
-    void __processDeprecated(float**, float**, VstInt32 n) override { log += "add" + std::to_string(n); }
-    void close() override { log += " close"; }
+    void __processDeprecated(float**, float**, VstInt32 n) override { events += "add" + std::to_string(n); }
+    void close() override { events += " close"; }
     VstInt32 canDo(char*) override { return canDoAnswer; }
 
     VstInt32 canDoAnswer = 0;
-    static inline std::string log;
+};
+
+class Window : public AEffEditor
+{
+public:
+    explicit Window(bool toAnswer) : answer(toAnswer) {}
+    ~Window() override { events += " gone"; }
+
+    bool getRect(ERect** rect) override
+    {
+        *rect = &bounds;
+        return answer;
+    }
+    bool open(void* parent) override { return parent == &bounds && answer; }
+    void close() override { events += " closed"; }
+    void idle() override { events += " idle"; }
+    bool onKeyDown(VstKeyCode& key) override { return note('v', key); }
+    bool onKeyUp(VstKeyCode& key) override { return note('^', key); }
+    bool setKnobMode(VstInt32 mode) override { return mode == 2 && answer; }
+
+    ERect bounds{};
+
+private:
+    bool note(char direction, const VstKeyCode& key)
+    {
+        events += ' ';
+        events += direction + std::to_string(key.character) + ',' + std::to_string(key.virt) + ',' +
+                  std::to_string(key.modifier);
+        return answer;
+    }
+
+    bool answer;
 };
 
 }  // namespace
-
-TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
-{
-    const Plugin plugin;
-    const AEffect& r = *plugin.record;
-    EXPECT_EQ((std::vector{r.magic, r.uniqueID, r.numPrograms, r.numParams, r.numInputs, r.numOutputs,
-                           r.flags, r.version, r.initialDelay, r.realQualities, r.offQualities}),
-              (std::vector{0x56737450, 0x5741494C, 16, 7, 1, 1, 4112, 1, 0, 0, 0}));
-    EXPECT_EQ(r.ioRatio, 1.0f);
-    EXPECT_EQ(r.resvd1 | r.resvd2, 0);
-    EXPECT_EQ(r.user, nullptr);
-    EXPECT_EQ(std::string(r.future, sizeof r.future), std::string(56, '\0'));
-}
-
-TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyWhereOneAsksForIt)
-{
-    const std::map<VstInt32, VstIntPtr> answers{{3, 2},     {22, 0x4E764566}, {26, 1}, {29, 1},    {35, 1},
-                                                {45, 1},    {47, 1},          {48, 1}, {49, 1000}, {56, 1},
-                                                {58, 2400}, {63, -1},         {73, 2}};
-    const std::map<VstInt32, std::string> texts{{5, "Init 3"},
-                                                {6, ""},
-                                                {7, " 8.42"},
-                                                {8, "Sense"},
-                                                {29, "Init"},
-                                                {45, "Wail"},
-                                                {47, "KORVA Corporation"},
-                                                {48, "Wail"}};
-    const std::string untouched(512, '#');
-    const Plugin plugin;
-    hostCalls.clear();
-    for (VstInt32 opcode = -1; opcode <= 80; ++opcode) {
-        if (opcode == effClose || opcode == effSetProgramName || opcode == effGetSpeakerArrangement)
-            continue;
-        SCOPED_TRACE(opcode);
-        plugin.dispatch(effSetProgram, 0, 2);
-        std::string buffer = untouched;
-        const VstIntPtr answer = plugin.dispatch(opcode, 1, 2, buffer.data(), 48000.0f);
-        EXPECT_EQ(answer, answers.contains(opcode) ? answers.at(opcode) : 0);
-        if (opcode != effGetParameterProperties) {
-            EXPECT_EQ(buffer.c_str(), texts.contains(opcode) ? texts.at(opcode) : untouched);
-        }
-    }
-    EXPECT_TRUE(hostCalls.empty());
-
-    void* slots[] = {&slots, &slots};
-    EXPECT_EQ(plugin.dispatch(effGetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&slots[0]), &slots[1]),
-              0);
-    EXPECT_EQ(slots[0], nullptr);
-    EXPECT_EQ(slots[1], nullptr);
-    for (VstInt32 opcode = 2; opcode <= 80; ++opcode)
-        plugin.dispatch(opcode);  // null pointers are ignored
-}
-
-TEST(PluginRecord, LeavesSinglePrecisionBuffersAsTheyAre)
-{
-    const Plugin plugin;
-    plugin.setRate(48000.0f);
-    float sample = 0.25f;
-    float* buffer = &sample;
-    plugin.record->process(plugin.record, &buffer, &buffer, 1);
-    plugin.record->processReplacing(plugin.record, &buffer, &buffer, 1);
-    EXPECT_EQ(sample, 0.25f);
-}
 
 TEST(AudioEffect, TurnsEveryEntryOfTheRecordIntoItsOperation)
 {
@@ -114,32 +87,49 @@ TEST(AudioEffect, TurnsEveryEntryOfTheRecordIntoItsOperation)
         EXPECT_EQ(plugin.dispatch(effGetProgram), 2);
         plugin.setRate(96000.0f);
         plugin.dispatch(effSetBlockSize, 0, 333);
-        EXPECT_EQ(effect->getSampleRate(), 96000.0f);
-        EXPECT_EQ(effect->getBlockSize(), 333);
+        EXPECT_EQ(std::pair(effect->getSampleRate(), effect->getBlockSize()), std::pair(96000.0f, 333));
+        plugin.call<void>(slot::setBlockSizeAndSampleRate, VstInt32{64}, 32000.0f);
+        EXPECT_EQ(std::pair(effect->getSampleRate(), effect->getBlockSize()), std::pair(32000.0f, 64));
     }
-    EXPECT_EQ(BareEffect::log, "add1single2double3 close end");
+    EXPECT_EQ(events, "add1single2double3 close end");
     AEffect* const other = (new BareEffect)->getAeffect();
     EXPECT_EQ(other->dispatcher(other, effClose, 0, 0, nullptr, 0.0f), 1);
 }
 
-TEST(PluginRecord, TakesWhatTheSettersInTheTableGiveIt)
+// Of a key code the low byte of value and of opt counts; what is no 32-bit integer counts as 0.
+TEST(AudioEffect, HandsItsEditorTheHostsRequestsAndDeletesIt)
 {
-    const Plugin plugin;
-    AEffect& r = *plugin.record;
-    const std::pair<int, VstInt32> flags[] = {{47, 2},   {46, 4},   {48, 8},     {26, 16},    {28, 32},
-                                              {89, 256}, {90, 512}, {137, 1024}, {138, 2048}, {27, 4096}};
-    r.flags = 0;
-    for (const auto& [slot, flag] : flags) {
-        plugin.call<void>(slot, true);
-        EXPECT_EQ(r.flags, flag);
-        plugin.call<void>(slot, false);
-        EXPECT_EQ(r.flags, 0);
+    const VstInt32 questions[] = {effEditGetRect, effEditOpen, effEditKeyDown, effEditKeyUp,
+                                  effSetEditKnobMode};
+    for (const bool answer : {true, false}) {
+        auto* const effect = new BareEffect;
+        auto* const window = new Window(answer);
+        {
+            const Plugin plugin(effect->getAeffect());
+            const auto ask = [&](VstInt32 opcode) {
+                ERect* rect = nullptr;
+                void* const ptr = opcode == effEditGetRect ? static_cast<void*>(&rect) : &window->bounds;
+                const VstIntPtr value = opcode == effSetEditKnobMode ? 2 : 0x1FE;
+                const VstIntPtr result = plugin.dispatch(opcode, 'k', value, ptr, 515.9f);
+                EXPECT_TRUE(rect == nullptr || rect == &window->bounds);
+                return result;
+            };
+            for (const VstInt32 opcode : questions)
+                EXPECT_EQ(ask(opcode), 0) << opcode;
+            effect->setEditor(window);
+            EXPECT_EQ(plugin.record->flags, 16 | 1);
+            EXPECT_EQ(plugin.call<AEffEditor*>(slot::getEditor), window);
+            for (const VstInt32 opcode : questions)
+                EXPECT_EQ(ask(opcode), answer) << opcode;
+            for (const float modifier : {-1.0f, 1e20f, NAN})
+                plugin.dispatch(effEditKeyUp, 0, 0, nullptr, modifier);
+            EXPECT_EQ(plugin.dispatch(effEditIdle) + plugin.dispatch(effEditClose), 0);
+            effect->setEditor(nullptr);
+            EXPECT_EQ(plugin.record->flags, 16);
+            effect->setEditor(window);
+        }
+        EXPECT_EQ(events, " v107,254,3 ^107,254,3 ^0,0,255 ^0,0,0 ^0,0,0 idle closed close end gone");
     }
-    for (const int slot : {23, 24, 25, 29, 49, 50})
-        plugin.call<void>(slot, slot);
-    EXPECT_EQ(
-        (std::vector{r.uniqueID, r.numInputs, r.numOutputs, r.initialDelay, r.realQualities, r.offQualities}),
-        (std::vector{23, 24, 25, 29, 49, 50}));
 }
 
 TEST(AudioEffectX, AsksForMidiEventsOnlyAsASynthOrWhenItCanReceiveThem)
@@ -155,26 +145,45 @@ TEST(AudioEffectX, AsksForMidiEventsOnlyAsASynthOrWhenItCanReceiveThem)
         EXPECT_EQ(eventsWanted(), answer == 1) << answer;
     }
     effect.canDoAnswer = 0;
+    EXPECT_EQ(static_cast<int>(effect.getPlugCategory()), 0);
     effect.isSynth();
     EXPECT_TRUE(eventsWanted());
-    EXPECT_EQ(effect.getPlugCategory(), kPlugCategSynth);
+    EXPECT_EQ(static_cast<int>(effect.getPlugCategory()), 2);
     for (hostAnswer = 2; hostAnswer > 0; --hostAnswer)
         EXPECT_EQ(effect.sendVstEventsToHost(nullptr), hostAnswer == 1);
     hostAnswer = 1;
 }
 
-TEST(K_TypeBase, TellsJacksSignalsAndItsVersion)
+TEST(AudioEffectX, NamesCapabilitiesAsTheInterfaceDoes)
+{
+    namespace H = HostCanDos;
+    namespace P = PlugCanDos;
+    std::string host, plug;
+    for (const char* const text :
+         {H::canDoSendVstEvents, H::canDoSendVstMidiEvent, H::canDoSendVstTimeInfo, H::canDoReceiveVstEvents,
+          H::canDoReceiveVstMidiEvent, H::canDoReportConnectionChanges, H::canDoAcceptIOChanges,
+          H::canDoSizeWindow, H::canDoOffline, H::canDoOpenFileSelector, H::canDoCloseFileSelector,
+          H::canDoStartStopProcess, H::canDoShellCategory, H::canDoSendVstMidiEventFlagIsRealtime})
+        host += std::string(text) + ' ';
+    for (const char* const text : {P::canDoSendVstEvents, P::canDoSendVstMidiEvent, P::canDoReceiveVstEvents,
+                                   P::canDoReceiveVstMidiEvent, P::canDoReceiveVstTimeInfo, P::canDoOffline,
+                                   P::canDoMidiProgramNames, P::canDoBypass})
+        plug += std::string(text) + ' ';
+    EXPECT_EQ(host,
+              "sendVstEvents sendVstMidiEvent sendVstTimeInfo receiveVstEvents receiveVstMidiEvent "
+              "reportConnectionChanges acceptIOChanges sizeWindow offline openFileSelector closeFileSelector "
+              "startStopProcess shellCategory sendVstMidiEventFlagIsRealtime ");
+    EXPECT_EQ(
+        plug,
+        "sendVstEvents sendVstMidiEvent receiveVstEvents receiveVstMidiEvent receiveVstTimeInfo offline "
+        "midiProgramNames bypass ");
+}
+
+TEST(K_TypeBase, HasTwoInputSignalsByDefaultAndNoTextOfAValue)
 {
     BareEffect base;
-    const Plugin plugin;
     char text[] = "untouched";
     base.getParameterDisplayOf(0, 1.0f, text);
     EXPECT_STREQ(text, "untouched");
     EXPECT_EQ(base.getNumOfInSig(5), 2);
-    const VstInt32 answers[] = {1, 1, 1, 1, 0, 0, -1};
-    for (int i = 0; i < 7; ++i)
-        EXPECT_EQ((plugin.call<VstInt32, VstInt32>(153 + i, 5)), answers[i]) << i;
-    plugin.call<void, void*>(160, nullptr);  // setListner
-    plugin.call<void, float>(163, 1.5f);     // setTime
-    EXPECT_EQ(plugin.call<VstInt32>(162), 1);
 }

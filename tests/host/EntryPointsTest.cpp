@@ -1,3 +1,5 @@
+#include "tests/support/Allocations.h"
+#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
@@ -20,12 +22,26 @@ TEST_P(EntryPoints, AskTheHostForItsVersionOnceAndAcceptAnyButZero)
     const Plugin plugin(make);
     hostAnswer = 1;
     EXPECT_EQ(hostCalls, (std::vector<HostCall>{{nullptr, audioMasterVersion}}));
-    EXPECT_EQ(plugin.call<AEffect*>(31), plugin.record);  // getAeffect
+    EXPECT_EQ(plugin.call<AEffect*>(slot::getAeffect), plugin.record);
 }
 
-TEST_P(EntryPoints, AnswerNullWithoutAHostThatWorks)
+TEST_P(EntryPoints, ReturnNullWithoutAHostThatWorks)
 {
     EXPECT_EQ(make(nullptr), nullptr);
     EXPECT_EQ(make([](auto...) -> VstIntPtr { return 0; }), nullptr);
     EXPECT_EQ(make([](auto...) -> VstIntPtr { throw 0; }), nullptr);
+}
+
+TEST_P(EntryPoints, ReturnNullAndLeaveNothingWhenMemoryRunsOut)
+{
+    const auto before = Allocations::live.load();
+    const int failures = Allocations::failEach([this] {
+        const std::unique_ptr<K_TypeIF> interface(make([](auto...) -> VstIntPtr { return 1; }));
+        const bool isMade = interface != nullptr;
+        if (isMade)
+            Plugin(interface->aeffect);  // which closes it
+        return isMade;
+    });
+    EXPECT_GE(failures, 3);  // the record, the effect and its programs
+    EXPECT_EQ(Allocations::live, before);
 }

@@ -1,67 +1,125 @@
+#include "host/K_TypeBase.h"
+#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
 
-// Through the slots, as the vendor's host reaches them. The host answers 7: as a truth value that is 1.
-TEST(HostCalls, SendTheirOpcodeWithTheirArgumentsAndGiveTheHostsAnswer)
+namespace
 {
-    using I = VstInt32;
-    using Row = std::pair<int, I>;  // slot and opcode
-    const Plugin p;
+
+using I = VstInt32;
+
+// An effect that has no host to call.
+class Hostless : public K_TypeBase
+{
+public:
+    Hostless() : K_TypeBase(nullptr, 1, 7) {}
+    void processReplacing(float**, float**, VstInt32) override {}
+};
+
+// Makes every call to the host through its slot, as the vendor's host would, and checks what is sent and returned.
+// answer: the host's. isSent: nothing may be sent otherwise, and the results are those for an answer of 0.
+void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
+{
+    struct Row {
+        slot::Slot slot;
+        I opcode;
+    };
     AEffect* const e = p.record;
     void* const at = &hostCalls;
-    const auto expect = [](VstIntPtr answer, VstIntPtr expected, HostCall sent) {
-        EXPECT_EQ(answer, expected) << "opcode " << sent.opcode;
-        EXPECT_EQ(hostCalls, std::vector{sent}) << "opcode " << sent.opcode;
+    const bool yes = answer != 0;
+    const auto expect = [isSent](VstIntPtr result, VstIntPtr expected, HostCall sent) {
+        EXPECT_EQ(result, expected) << "opcode " << sent.opcode;
+        EXPECT_EQ(hostCalls, isSent ? std::vector{sent} : std::vector<HostCall>{})
+            << "opcode " << sent.opcode;
         hostCalls.clear();
     };
-    hostAnswer = 7;
+    hostAnswer = answer;
     hostCalls.clear();
-    const Row numbers[] = {{34, 1},  {35, 2},  {63, 17}, {64, 18},  {65, 19},  {76, 23},
-                           {77, 24}, {85, 34}, {88, 38}, {127, 11}, {128, 12}, {136, 22}};
-    const Row pointers[] = {{92, 41}, {142, 49}, {143, 31}};
-    const Row bools[] = {{61, 13}, {106, 42}, {131, 14}};
-    const Row boolsOfAPointer[] = {{83, 32}, {84, 33}, {108, 45}, {109, 46}, {145, 40}, {152, 48}};
-    for (const auto& [slot, opcode] : numbers)
-        expect(p.call<I>(slot), 7, {e, opcode});
-    for (const auto& [slot, opcode] : pointers)
-        expect(p.call<VstIntPtr>(slot), 7, {e, opcode});
-    for (const auto& [slot, opcode] : bools)
-        expect(p.call<bool>(slot), 1, {e, opcode});
-    for (const auto& [slot, opcode] : {Row{118, 28}, {119, 29}})
-        expect(p.call<I>(slot), 1, {e, opcode});
-    for (const auto& [slot, opcode] : boolsOfAPointer)
-        expect(p.call<bool>(slot, at), 1, {e, opcode, 0, 0, at});
-    for (const auto& [slot, opcode] : {Row{54, 43}, {55, 44}})
-        expect(p.call<bool>(slot, I{4}), 1, {e, opcode, 4});
-    for (const auto& [slot, opcode] : {Row{132, 20}, {133, 21}})
-        expect(p.call<VstIntPtr>(slot, I{4}), 7, {e, opcode});
-    expect(p.call<bool>(37, I{4}), 0, {e, 4, 4, 0});  // an answer of 0 means connected
-    expect(p.call<bool>(38, I{4}), 0, {e, 4, 4, 1});
-    expect(p.call<VstIntPtr>(75, I{5}), 7, {e, 7, 0, 5});
-    expect(p.call<I>(126, I{5}), 7, {e, 10, 0, 5});
-    expect(p.call<I>(87, at), 1, {e, 37, 0, 0, at});
-    expect(p.call<VstIntPtr>(144, at), 7, {e, 39, 0, 0, at});
-    expect(p.call<bool>(107, I{4}, I{5}), 1, {e, 15, 4, 5});
-    expect(p.call<VstIntPtr>(86, I{4}, VstIntPtr{5}, at, 0.5f), 7, {e, 35, 4, 5, at, 0.5f});
-    expect(p.call<bool>(115, at, I{5}, true), 1, {e, 26, 1, 5, at});
-    expect(p.call<bool>(116, at, I{5}), 1, {e, 27, 0, 5, at});
-    expect(p.call<bool>(117, at, I{5}, I{4}), 1, {e, 25, 4, 5, at});
-    expect(static_cast<VstIntPtr>(p.call<double>(62)), 7, {e, 16});
-    expect((p.call<void>(36), 0), 0, {e, 3});
-    expect((p.call<void>(125, I{5}), 0), 0, {e, 6, 0, 5});
-    expect((p.call<void>(141, 0.5f), 0), 0, {e, 30, 0, 0, nullptr, 0.5f});
-    expect((p.call<void>(13, I{2}, 0.125f), 0), 0, {e, 0, 2, 0, nullptr, 0.125f});
-    EXPECT_EQ(p.get(2), 0.125f);  // automation sets the parameter too
-
-    for (const int slot : {108, 109, 152})  // the selectors and the chunk file refuse null and send nothing
+    for (const auto& [slot, opcode] :
+         {Row{slot::getCurrentUniqueId, audioMasterCurrentId},
+          {slot::getInputLatency, audioMasterGetInputLatency},
+          {slot::getOutputLatency, audioMasterGetOutputLatency},
+          {slot::getCurrentProcessLevel, audioMasterGetCurrentProcessLevel},
+          {slot::getAutomationState, audioMasterGetAutomationState},
+          {slot::getHostVendorVersion, audioMasterGetVendorVersion},
+          {slot::getHostLanguage, audioMasterGetLanguage},
+          {slot::getNumAutomatableParameters, audioMasterGetNumAutomatableParameters},
+          {slot::getParameterQuantization, audioMasterGetParameterQuantization},
+          {slot::willProcessReplacing, audioMasterWillReplaceOrAccumulate}})
+        expect(p.call<I>(slot), answer, {e, opcode});
+    for (const auto& [slot, opcode] :
+         {Row{slot::getDirectory, audioMasterGetDirectory},
+          {slot::getInputSpeakerArrangement, audioMasterGetInputSpeakerArrangement},
+          {slot::getOutputSpeakerArrangement, audioMasterGetOutputSpeakerArrangement},
+          {slot::getPreviousPlug, audioMasterGetPreviousPlug},  // whose argument is not sent
+          {slot::getNextPlug, audioMasterGetNextPlug}})
+        expect(p.call<VstIntPtr>(slot, I{4}), answer, {e, opcode});
+    for (const auto& [slot, opcode] : {Row{slot::ioChanged, audioMasterIOChanged},
+                                       {slot::updateDisplay, audioMasterUpdateDisplay},
+                                       {slot::needIdle, audioMasterNeedIdle}})
+        expect(p.call<bool>(slot), yes, {e, opcode});
+    for (const auto& [slot, opcode] :
+         {Row{slot::offlineGetCurrentPass, audioMasterOfflineGetCurrentPass},
+          {slot::offlineGetCurrentMetaPass, audioMasterOfflineGetCurrentMetaPass}})
+        expect(p.call<I>(slot), yes, {e, opcode});
+    for (const auto& [slot, opcode] : {Row{slot::getHostVendorString, audioMasterGetVendorString},
+                                       {slot::getHostProductString, audioMasterGetProductString},
+                                       {slot::closeWindow, audioMasterCloseWindow}})
+        expect(p.call<bool>(slot, at), yes, {e, opcode, 0, 0, at});
+    for (const auto& [slot, opcode] : {Row{slot::openFileSelector, audioMasterOpenFileSelector},
+                                       {slot::closeFileSelector, audioMasterCloseFileSelector},
+                                       {slot::getChunkFile, audioMasterGetChunkFile}}) {
+        expect(p.call<bool>(slot, at), yes, {e, opcode, 0, 0, at});
         EXPECT_FALSE(p.call<bool>(slot, static_cast<void*>(nullptr)));
-    EXPECT_TRUE(hostCalls.empty());
-
-    hostAnswer = 0;
-    EXPECT_EQ(p.call<I>(34), 1);  // a version of 1
-    EXPECT_TRUE(p.call<bool>(37, I{0}));
-    EXPECT_EQ(p.call<double>(62), 44100.0);  // back to the default
-    EXPECT_EQ(p.call<I>(63), 7);             // stays
+        EXPECT_TRUE(hostCalls.empty());  // null is not sent
+    }
+    expect(p.call<bool>(slot::beginEdit, I{4}), yes, {e, audioMasterBeginEdit, 4});
+    expect(p.call<bool>(slot::endEdit, I{4}), yes, {e, audioMasterEndEdit, 4});
+    expect(p.call<bool>(slot::isInputConnected, I{4}), !yes, {e, audioMasterPinConnected, 4, 0});
+    expect(p.call<bool>(slot::isOutputConnected, I{4}), !yes, {e, audioMasterPinConnected, 4, 1});
+    expect(p.call<VstIntPtr>(slot::getTimeInfo, I{5}), answer, {e, audioMasterGetTime, 0, 5});
+    expect(p.call<I>(slot::tempoAt, I{5}), answer, {e, audioMasterTempoAt, 0, 5});
+    expect(p.call<I>(slot::canHostDo, at), yes, {e, audioMasterCanDo, 0, 0, at});
+    expect(p.call<VstIntPtr>(slot::openWindow, at), answer, {e, audioMasterOpenWindow, 0, 0, at});
+    expect(p.call<bool>(slot::sizeWindow, I{4}, I{5}), yes, {e, audioMasterSizeWindow, 4, 5});
+    expect(p.call<VstIntPtr>(slot::hostVendorSpecific, I{4}, VstIntPtr{5}, at, 0.5f), answer,
+           {e, audioMasterVendorSpecific, 4, 5, at, 0.5f});
+    expect(p.call<bool>(slot::offlineRead, at, I{5}, true), yes, {e, audioMasterOfflineRead, 1, 5, at});
+    expect(p.call<bool>(slot::offlineWrite, at, I{5}), yes, {e, audioMasterOfflineWrite, 0, 5, at});
+    expect(p.call<bool>(slot::offlineStart, at, I{5}, I{4}), yes, {e, audioMasterOfflineStart, 4, 5, at});
+    expect((p.call<void>(slot::masterIdle), 0), 0, {e, audioMasterIdle});
+    expect((p.call<void>(slot::wantEvents, I{5}), 0), 0, {e, audioMasterWantMidi, 0, 5});
+    expect((p.call<void>(slot::setOutputSamplerate, 0.5f), 0), 0,
+           {e, audioMasterSetOutputSampleRate, 0, 0, nullptr, 0.5f});
+    expect((p.call<void>(slot::setParameterAutomated, I{2}, 0.125f), 0), 0,
+           {e, audioMasterAutomate, 2, 0, nullptr, 0.125f});
+    expect(p.call<I>(slot::getMasterVersion), yes ? answer : 1, {e, audioMasterVersion});
+    expect(static_cast<VstIntPtr>(p.call<double>(slot::updateSampleRate)), answer > 0 ? answer : 44100,
+           {e, audioMasterGetSampleRate});
+    const I before = p.call<I>(slot::getBlockSize);
+    expect(p.call<I>(slot::updateBlockSize), answer > 0 ? answer : before, {e, audioMasterGetBlockSize});
     hostAnswer = 1;
+}
+
+}  // namespace
+
+TEST(HostCalls, SendTheirOpcodeWithTheirArgumentsAndReturnTheHostsAnswer)
+{
+    const Plugin plugin;
+    for (const VstIntPtr answer : {7, 1, -1, 0}) {
+        SCOPED_TRACE(answer);
+        callEverything(plugin, answer, true);
+    }
+    EXPECT_EQ(plugin.get(2), 0.125f);  // automation sets the parameter too
+    hostAnswer = static_cast<VstIntPtr>(std::int64_t{1} << 32);
+    EXPECT_EQ(plugin.call<I>(slot::updateBlockSize), 1);  // which 32 bits do not hold
+    hostAnswer = 1;
+}
+
+TEST(HostCalls, AreNotMadeWithoutACallback)
+{
+    const Plugin plugin((new Hostless)->getAeffect());
+    EXPECT_EQ(plugin.call<I>(slot::getBlockSize), 1024);
+    callEverything(plugin, 0, false);
 }

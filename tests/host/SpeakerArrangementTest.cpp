@@ -1,4 +1,6 @@
-#include "host/VstRecords.h"
+#include "host/K_TypeBase.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
@@ -9,8 +11,31 @@
 namespace
 {
 
-constexpr int kAllocate = 111, kDeallocate = 112, kCopy = 113, kMatch = 114;  // slots
-using Slot = VstSpeakerArrangement**;
+using Pointer = VstSpeakerArrangement**;
+
+// An effect whose operations of these names fail.
+class Faulty : public K_TypeBase
+{
+public:
+    explicit Faulty(std::string names) : K_TypeBase(nullptr, 1, 1), failing(std::move(names)) {}
+
+    void processReplacing(float**, float**, VstInt32) override {}
+    bool deallocateArrangement(Pointer slot) override
+    {
+        return AudioEffectX::deallocateArrangement(slot) && failing != "deallocate";
+    }
+    bool allocateArrangement(Pointer slot, VstInt32 channels) override
+    {
+        return AudioEffectX::allocateArrangement(slot, channels) && failing != "allocate";
+    }
+    bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from) override
+    {
+        return AudioEffectX::copySpeaker(to, from) && failing != "copy";
+    }
+
+private:
+    std::string failing;
+};
 
 }  // namespace
 
@@ -19,8 +44,8 @@ TEST(SpeakerArrangement, IsAllocatedZeroedMatchedAndReleased)
     const Plugin plugin;
     VstSpeakerArrangement* from = nullptr;
     VstSpeakerArrangement* to = nullptr;
-    EXPECT_TRUE((plugin.call<bool, Slot>(kDeallocate, &from)));
-    ASSERT_TRUE((plugin.call<bool, Slot, VstInt32>(kAllocate, &from, 12)));
+    EXPECT_TRUE((plugin.call<bool, Pointer>(slot::deallocateArrangement, &from)));
+    ASSERT_TRUE((plugin.call<bool, Pointer>(slot::allocateArrangement, &from, VstInt32{12})));
     EXPECT_EQ(from->numChannels, 12);
     char* const bytes = reinterpret_cast<char*>(from);
     EXPECT_EQ(std::count(bytes, bytes + 8 + 12 * 112, '\0'), 8 + 12 * 112 - 1);  // all but the 12
@@ -29,17 +54,52 @@ TEST(SpeakerArrangement, IsAllocatedZeroedMatchedAndReleased)
     for (int i = 8; i < 8 + 12 * 112; ++i)
         bytes[i] =
             (i - 8) % 112 == 79 ? '\0' : static_cast<char>('a' + i % 20);  // names end at 63 characters
-    ASSERT_TRUE((plugin.call<bool, Slot>(kMatch, &to, from)));
+    ASSERT_TRUE((plugin.call<bool, Pointer>(slot::matchArrangement, &to, from)));
     EXPECT_EQ(std::memcmp(to, from, 8 + 12 * 112), 0);
-    EXPECT_FALSE((plugin.call<bool, Slot, VstSpeakerArrangement*>(kMatch, &to, nullptr)));
+    EXPECT_FALSE((plugin.call<bool, Pointer, VstSpeakerArrangement*>(slot::matchArrangement, &to, nullptr)));
 
-    std::memset(from->speakers[0].name, 'x', 64);  // no terminator within the field
-    EXPECT_TRUE(plugin.call<bool>(kCopy, to->speakers, from->speakers));
-    EXPECT_EQ(std::string(to->speakers[0].name), std::string(63, 'x'));
-    EXPECT_FALSE(plugin.call<bool>(kCopy, to->speakers, static_cast<void*>(nullptr)));
-
-    EXPECT_FALSE((plugin.call<bool, Slot, VstInt32>(kAllocate, &from, -1)));
+    EXPECT_FALSE((plugin.call<bool, Pointer>(slot::allocateArrangement, &from, VstInt32{-1})));
     EXPECT_EQ(from, nullptr);
-    EXPECT_TRUE((plugin.call<bool, Slot>(kDeallocate, &to)));
+    Allocations::left = 0;
+    EXPECT_FALSE((plugin.call<bool, Pointer>(slot::allocateArrangement, &from, VstInt32{2})));
+    Allocations::left = -1;
+    EXPECT_EQ(from, nullptr);
+    EXPECT_TRUE((plugin.call<bool, Pointer>(slot::deallocateArrangement, &to)));
     EXPECT_EQ(to, nullptr);
+}
+
+TEST(SpeakerArrangement, CopiesASpeakersNameUpToItsEndAndClearsTheRest)
+{
+    const Plugin plugin;
+    VstSpeakerProperties from{}, to{};
+    for (const std::size_t length : {0, 1, 62, 63, 70}) {
+        std::memset(from.name, 'x', sizeof from.name);
+        if (length < sizeof from.name)
+            from.name[length] = '\0';
+        EXPECT_TRUE(plugin.call<bool>(slot::copySpeaker, &to, &from));
+        std::string expected(std::min<std::size_t>(length, 63), 'x');
+        expected.resize(sizeof to.name);
+        EXPECT_EQ(std::string(to.name, sizeof to.name), expected);
+    }
+    void* const none = nullptr;
+    EXPECT_FALSE(plugin.call<bool>(slot::copySpeaker, &to, none));
+    EXPECT_FALSE(plugin.call<bool>(slot::copySpeaker, none, &from));
+}
+
+TEST(SpeakerArrangement, IsMatchedUpToTheFirstStepThatFails)
+{
+    for (const std::string failing : {"", "deallocate", "allocate", "copy"}) {
+        SCOPED_TRACE(failing);
+        const Plugin plugin((new Faulty(failing))->getAeffect());
+        VstSpeakerArrangement from{.type = 5, .numChannels = 2, .speakers = {}};
+        from.speakers[0].type = from.speakers[1].type = 7;
+        VstSpeakerArrangement* to = nullptr;
+        EXPECT_EQ((plugin.call<bool, Pointer>(slot::matchArrangement, &to, &from)), failing.empty());
+        EXPECT_EQ(to == nullptr, failing == "deallocate");
+        if (to != nullptr) {
+            EXPECT_EQ(to->type, failing == "allocate" ? 0 : 5);
+            EXPECT_EQ(to->speakers[1].type, failing.empty() ? 7 : 0);
+        }
+        plugin.call<bool>(slot::deallocateArrangement, &to);
+    }
 }

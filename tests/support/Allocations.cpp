@@ -1,9 +1,10 @@
 #include "tests/support/Allocations.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
-// All forms are here: a sanitizer's runtime would bring those that are missing.
+// All forms, since a sanitizer's runtime would supply those that are missing.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     ++Allocations::count;
@@ -12,6 +13,8 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
     if (Allocations::left > 0)
         --Allocations::left;
     void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory != nullptr)
+        std::memset(memory, 0xA5, size);
     Allocations::live += memory != nullptr;
     return memory;
 }

@@ -3,10 +3,23 @@
 #include <atomic>
 #include <cstddef>
 
-// Every allocation of the process, the bundle's too, by way of the global operator new.
+// Every allocation of the process, the bundle's too, through the global operator new. Fresh memory holds 0xA5.
 struct Allocations {
     static inline std::atomic<std::size_t> count = 0;
-    static inline std::atomic<std::ptrdiff_t> live = 0;  // made and not released yet
+    static inline std::atomic<std::ptrdiff_t> live = 0;  // allocated and not freed yet
     static inline std::atomic<std::ptrdiff_t> left =
         -1;  // how many succeed before all fail; below 0: all succeed
+
+    // Calls make, which returns whether it succeeded, with memory for no allocation, for one, and so on until it
+    // succeeds. Returns how often it failed.
+    static int failEach(const auto& make)
+    {
+        for (int failures = 0;; ++failures) {
+            left = failures;
+            const bool isMade = make();
+            left = -1;
+            if (isMade)
+                return failures;
+        }
+    }
 };

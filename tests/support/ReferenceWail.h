@@ -75,6 +75,7 @@ public:
         wasStable = input.empty() ? wasStable : stable;
         finite = true;
         std::vector<double> output;
+        output.reserve(input.size());
         for (const double x : input)
             output.push_back(sample(x, static_cast<double>(output.size())));
         if (!finite) {
