@@ -159,11 +159,12 @@ private:
     template <typename Sample>
     const char* compareBlock()
     {
-        const std::size_t length = std::array{1, 2, 63, 256, 1024, 20000}[choose(6)];
+        const std::size_t length = std::array{1, 2, 13, 63, 256, 300, 1024, 9000}[choose(8)];
         const double peak = std::array{0.0, 1.0, 1e-3, 2.5}[choose(4)];
+        const std::vector<double> source = noise(length, peak, choose(256));
         std::vector<Sample> input;
-        for (const double sample : strokes(length, 6000, choose(256)))
-            input.push_back(static_cast<Sample>(peak * sample));
+        for (const double sample : source)
+            input.push_back(static_cast<Sample>(sample));
         std::vector<double> wide(input.begin(), input.end());
         const ClapEvents events = randomEvents(choose, length);
         playBundle(wide, events);
