@@ -36,7 +36,7 @@ bool isConstant(const Sample* samples, std::uint32_t frames) noexcept
 }  // namespace
 
 WailClap::WailClap(const clap::Host& clapHost)
-    : plugin([this] {
+    : ownRecord([this] {
           clap::Plugin record = kRecord;
           record.data = this;
           return record;

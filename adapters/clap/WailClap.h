@@ -25,7 +25,7 @@ public:
     WailClap(const WailClap&) = delete;
 
     // What the host calls the instance by. Its destroy deletes the instance.
-    const clap::Plugin* record() const noexcept { return &plugin; }
+    const clap::Plugin* record() const noexcept { return &ownRecord; }
 
 private:
     static const clap::Plugin kRecord;
@@ -56,7 +56,7 @@ private:
     void run(const float* input, float* output, std::uint32_t frames);
     void applyAll();
 
-    const clap::Plugin plugin;
+    const clap::Plugin ownRecord;
     const clap::Host& host;
     const clap::HostParams* hostParams = nullptr;          // null if the host has none
     const clap::HostPresetLoad* hostPresetLoad = nullptr;  // likewise
