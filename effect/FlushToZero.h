@@ -6,14 +6,14 @@
 #include <immintrin.h>
 
 #include <cfenv>
-#elif !defined(__aarch64__)
+#elif !defined(__aarch64__) && !defined(__wasm__)
 #error "FlushToZero has no variant for this processor yet"
 #endif
 
 // Flushes subnormal results to 0 on this thread until the end of the scope, so that decaying filters never
 // run in slow subnormal arithmetic. Then restores the caller's floating-point state: control bits and
 // exception flags. Rounding, and on x86 the treatment of subnormal inputs, stay as the caller has them;
-// AArch64 has one bit for results and inputs.
+// AArch64 has one bit for results and inputs. WebAssembly has no such mode: results stay subnormal.
 class FlushToZero
 {
 public:
@@ -72,6 +72,22 @@ private:
     static bool isInForce(State state) noexcept
     {
         return read().control == state.control;
+    }
+#elif defined(__wasm__)
+    struct State {
+        std::uint32_t control;
+        std::uint32_t flags;
+    };
+    static constexpr std::uint32_t kFlushResults = 0;
+
+    static State read() noexcept
+    {
+        return {0, 0};
+    }
+    static void write(State /*state*/) noexcept {}
+    static bool isInForce(State /*state*/) noexcept
+    {
+        return true;
     }
 #else
     struct State {

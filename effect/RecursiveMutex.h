@@ -1,10 +1,22 @@
 #pragma once
 
+#if defined(__wasm__)
+
+// WebAssembly runs the effect on one thread, so there is nothing to wait for.
+class RecursiveMutex
+{
+public:
+    void lock() noexcept {}
+    void unlock() noexcept {}
+};
+
+#else
+
 #include <pthread.h>
 
 #include <system_error>
 
-// A POSIX mutex that its owner may lock again; for std::lock_guard.
+// A POSIX mutex that its owner may lock again.
 class RecursiveMutex
 {
 public:
@@ -32,4 +44,19 @@ private:
     }
 
     pthread_mutex_t mutex;
+};
+
+#endif
+
+// Holds the mutex to the end of the scope.
+class ScopedLock
+{
+public:
+    explicit ScopedLock(RecursiveMutex& held) noexcept : mutex(held) { mutex.lock(); }
+    ScopedLock(const ScopedLock&) = delete;
+    ScopedLock& operator=(const ScopedLock&) = delete;
+    ~ScopedLock() { mutex.unlock(); }
+
+private:
+    RecursiveMutex& mutex;
 };

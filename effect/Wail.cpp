@@ -5,7 +5,6 @@
 #include "host/PluginFactory.h"
 
 #include <algorithm>
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -56,7 +55,7 @@ void Wail::setInvert()
 
 void Wail::reset() noexcept
 {
-    const std::lock_guard lock(paramMutex);
+    const ScopedLock lock(paramMutex);
     if (signalPath == nullptr)
         return;
     const FlushToZero flushToZero;
@@ -84,7 +83,7 @@ void Wail::processSinglePrecision(const float* input, float* output, VstInt32 sa
 template <typename Sample>
 void Wail::processBlock(const Sample* input, Sample* output, VstInt32 frames)
 {
-    const std::lock_guard lock(paramMutex);
+    const ScopedLock lock(paramMutex);
     if (signalPath == nullptr) {
         if (input != output)
             std::copy_n(input, frames, output);

@@ -2,7 +2,6 @@
 #include "host/CopyText.h"
 
 #include <algorithm>
-#include <mutex>
 
 namespace
 {
@@ -18,7 +17,7 @@ const Parameter* findParameter(VstInt32 index) noexcept
 void Wail::setParameter(VstInt32 index, float value)
 {
     const Parameter* const parameter = findParameter(index);
-    const std::lock_guard lock(paramMutex);
+    const ScopedLock lock(paramMutex);
     if (parameter == nullptr)
         return;
     programs[curProgram].*parameter->value = value;

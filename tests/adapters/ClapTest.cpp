@@ -88,16 +88,16 @@ struct Model {
     Values values = kDefaults, modulation{};
 };
 
-ClapEvents randomEvents(Chance& chance, std::size_t length)
+ClapEvents randomEvents(Random& random, std::size_t length)
 {
-    ClapEvents events(chance.oneIn(3) ? 0 : chance.random() % 6);
+    ClapEvents events(random.oneIn(3) ? 0 : random.next() % 6);
     for (clap::ParamEvent& event : events) {
-        const double value = chance.oneIn(3) ? chance.pick(std::array{-3.0, 0.5, 7.0, 1.0, 0.0, double{NAN}})
-                                             : static_cast<double>(chance.share());
-        event = valueEvent(static_cast<clap::Id>(chance.random() % 8), value,
-                           static_cast<std::uint32_t>(chance.random() % (length + length / 8 + 1)));
-        event.header.type = chance.pick(std::array<std::uint16_t, 6>{5, 5, 5, 6, 6, 7});
-        event.header.space = chance.oneIn(10) ? 0xB33F : 0;
+        const double value = random.oneIn(3) ? random.pick(std::array{-3.0, 0.5, 7.0, 1.0, 0.0, double{NAN}})
+                                             : static_cast<double>(random.share());
+        event = valueEvent(static_cast<clap::Id>(random.next() % 8), value,
+                           static_cast<std::uint32_t>(random.next() % (length + length / 8 + 1)));
+        event.header.type = random.pick(std::array<std::uint16_t, 6>{5, 5, 5, 6, 6, 7});
+        event.header.space = random.oneIn(10) ? 0xB33F : 0;
     }
     std::ranges::stable_sort(events, {}, [](const auto& event) { return event.header.time; });
     return events;
@@ -113,10 +113,10 @@ class Clap : public testing::Test
 protected:
     // Plays a block of double or float samples, in place or apart.
     template <typename Sample>
-    void compareBlock(Model& model, Chance& chance, const double* source)
+    void compareBlock(Model& model, Random& random, const double* source)
     {
-        const std::vector<Sample> input(source, source + chance.pick(std::array{1, 2, 63, 256, 1024, 20000}));
-        const ClapEvents events = randomEvents(chance, input.size());
+        const std::vector<Sample> input(source, source + random.pick(std::array{1, 2, 63, 256, 1024, 20000}));
+        const ClapEvents events = randomEvents(random, input.size());
         std::vector<double> wide(input.begin(), input.end());
         model.play(wide, events);
         std::vector<Sample> expected;
@@ -128,7 +128,7 @@ protected:
                                                    : narrow);
         }
         std::vector<Sample> output = input;
-        const Sample* const from = chance.oneIn(2) ? output.data() : input.data();
+        const Sample* const from = random.oneIn(2) ? output.data() : input.data();
         const std::size_t before = Allocations::count;
         EXPECT_EQ(instance.process(from, output.data(), output.size(), events), clap::kProcessContinue);
         EXPECT_EQ(Allocations::count, before);
@@ -157,14 +157,14 @@ protected:
 // What is set while it is inactive, or before a reset, is there at once; all else glides.
 TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
 {
-    Chance chance{std::mt19937(11)};
+    Random random{std::mt19937(11)};
     const std::vector<double> source = strokes(1 << 16, 6000);
     const auto presets = shippedPresets();
     Model model;
     for (int step = 0; step < 800 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
-        const auto kind = step == 0 ? 0 : chance.random() % 40;
-        const ClapEvents events = randomEvents(chance, 100);
+        const auto kind = step == 0 ? 0 : random.next() % 40;
+        const ClapEvents events = randomEvents(random, 100);
         const auto flush = [&](auto hear) {
             instance.flush(events);
             for (const clap::ParamEvent& event : events) {
@@ -173,7 +173,7 @@ TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
             }
         };
         if (kind <= 1) {  // a new rate, or the same again
-            const double rate = chance.pick(std::array{22050.0, 1234.5678, 48000.0, 192000.0});
+            const double rate = random.pick(std::array{22050.0, 1234.5678, 48000.0, 192000.0});
             instance.deactivate();
             flush([](clap::Id) {});
             EXPECT_TRUE(instance.activate(rate) && instance.plugin->startProcessing(instance.plugin));
@@ -185,20 +185,20 @@ TEST_F(Clap, SoundsAsTheBundleCutAtItsEvents)
             model.start(model.rate);
         } else if (kind == 3) {
             for (clap::Id id = 0; id < 7; ++id)
-                model.values[id] = isSwitch(id) ? chance.oneIn(2) : chance.share();
+                model.values[id] = isSwitch(id) ? random.oneIn(2) : random.share();
             EXPECT_TRUE(instance.load(stateOf(model.values)));
             model.hearAll();
         } else if (kind == 4) {
-            const char* const preset = chance.pick(std::array{"gentle-sweep", "howling-comb", "bass-growl"});
+            const char* const preset = random.pick(std::array{"gentle-sweep", "howling-comb", "bass-growl"});
             EXPECT_TRUE(instance.loadPreset(preset));
             std::copy_n(presets.at(preset).values.begin() + 1, 6, model.values.begin() + 1);
             model.hearAll();
         } else if (kind == 5) {
             flush([&](clap::Id id) { model.hear(id); });
         } else {
-            const double* const from = source.data() + chance.random() % 40000;
-            chance.oneIn(2) ? compareBlock<double>(model, chance, from)
-                            : compareBlock<float>(model, chance, from);
+            const double* const from = source.data() + random.next() % 40000;
+            random.oneIn(2) ? compareBlock<double>(model, random, from)
+                            : compareBlock<float>(model, random, from);
         }
         for (clap::Id id = 0; id < 7; ++id)
             ASSERT_EQ(instance.value(id), model.values[id]) << id;
@@ -484,11 +484,11 @@ TEST_F(Clap, LetsTheMainThreadReadAndLoadWhileBlocksRun)
     std::atomic<int> blocks = 0;
     std::atomic<bool> done = false;
     std::thread audio([&] {
-        Chance chance{std::mt19937(5)};
+        Random random{std::mt19937(5)};
         for (; !done; ++blocks) {
             std::vector<double> samples = noise(256);
-            instance.process(samples.data(), samples.data(), 256, randomEvents(chance, 256));
-            instance.flush(randomEvents(chance, 256));
+            instance.process(samples.data(), samples.data(), 256, randomEvents(random, 256));
+            instance.flush(randomEvents(random, 256));
         }
     });
     for (int i = 0; blocks < 500; ++i) {

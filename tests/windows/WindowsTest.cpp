@@ -110,10 +110,10 @@ std::vector<double> playInState(const FloatingPointState& state)
 {
     std::vector<double> samples = strokes(48000, 6000);
     samples.resize(96000);
-    Chance chance{std::mt19937(2)};
+    Random random{std::mt19937(2)};
     std::vector<float> values(samples.size() / 100);
     for (float& value : values)
-        value = chance.share();
+        value = random.share();
     const FloatingPointState before = FloatingPointState::read();
     state.set();
     {
