@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // The whole text as a decimal number, with or without a sign; none if it is anything else.
 template <typename Number>
@@ -25,8 +24,5 @@ std::string lowerCase(std::string text);
 // The text itself if it is valid UTF-8; else its bytes read as Latin-1.
 std::string toUtf8(const std::string& text);
 
-// "; did you mean NAME?" for the candidate nearest to the word by edit distance; empty if none is near.
-std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates);
-
-// Prints the text as one line, whatever other threads print.
+// Prints the text as one line.
 void printLine(std::FILE* stream, std::string text);

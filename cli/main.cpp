@@ -1,7 +1,6 @@
 #include "cli/Error.h"
 #include "cli/Text.h"
 #include "cli/audio/OutputFile.h"
-#include "cli/audio/TemporaryFiles.h"
 #include "cli/commands/Commands.h"
 #include "cli/commands/Options.h"
 
@@ -20,41 +19,24 @@ constexpr const char* kExamples = R"(Examples:
   wail preset                                      lists the presets
 Run 'wail COMMAND --help' for the options of a command.)";
 
-// The option whose value is missing, which CLI11 reports as "--sense: 1 required 0..1 missing"; null if none is.
-const CLI::Option* optionWithoutValue(const CLI::App& command, const CLI::ParseError& error)
-{
-    const std::string what = error.what();
-    return what.ends_with(" missing") ? command.get_option_no_throw(what.substr(0, what.find(':'))) : nullptr;
-}
-
-// What is wrong with the command line, and what might have been meant.
+// What is wrong with the command line, and which help to ask.
 std::string describe(const CLI::App& app, const CLI::ParseError& error)
 {
     const CLI::App* command = &app;
     std::string name = app.get_name();
     for (; !command->get_subcommands().empty(); name += " " + command->get_name())
         command = command->get_subcommands().front();
-    const std::string help = "; try " + name + " --help";
-    const std::vector<std::string> unknown = app.remaining(true);
     std::string what = error.what();
-    if (const CLI::Option* const option = optionWithoutValue(*command, error))
+    // CLI11 reports a missing value as "--sense: 1 required 0..1 missing".
+    const CLI::Option* const option = command->get_option_no_throw(what.substr(0, what.find(':')));
+    if (option != nullptr && what.ends_with(" missing"))
         what = option->get_name() + " needs a value, " + option->get_type_name();
+    else if (const std::vector<std::string> unknown = app.remaining(true); !unknown.empty())
+        what =
+            (unknown.front().starts_with('-') ? "unknown option " : "unexpected argument ") + unknown.front();
     else if (command == &app && error.get_name() == "RequiredError")
         what = "a command is required";
-    if (unknown.empty())
-        return what + (what.ends_with('?') ? "" : help);
-
-    std::vector<std::string> known;
-    for (const CLI::App* const sub : command->get_subcommands({}))
-        known.push_back(sub->get_name());
-    for (const CLI::Option* const option : command->get_options())
-        for (const std::string& longName : option->get_lnames())
-            known.push_back("--" + longName);
-    const std::string word = unknown.front().substr(0, unknown.front().find('='));
-    const std::string suggestion = didYouMean(word, known);
-    const char* const kind = command == &app ? "unknown command" : "unexpected argument";
-    return fmt::format("{} {}{}", word.starts_with('-') ? "unknown option" : kind, word,
-                       suggestion.empty() ? help : suggestion);
+    return what + "; try " + name + " --help";
 }
 
 // Unwritten standard output is an error, unless its reader has closed it.
@@ -93,7 +75,7 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        guardTemporaryFiles();
+        guardOutputFiles();
         return run(argc, argv);
     } catch (const ClosedPipe&) {
         return 0;

@@ -17,7 +17,7 @@ _wail()
       files=yes
       case "${COMP_WORDS[*]:1:COMP_CWORD-1} " in
         'render '*)
-          words="$render --output --output-dir --format --dither --jobs --gain --quiet --verbose --help" ;;
+          words="$render --output --output-dir --format --dither --gain --quiet --verbose --help" ;;
         'plot '*) words="$render --output --channel --max-frequency --quiet --help" ;;
         'preset show '*) words="$(eval "$presets") --help" ;;
         'preset write '*) words="$sound --output --name --help" files= ;;

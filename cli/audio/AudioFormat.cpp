@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 #include <vector>
 
 namespace
@@ -14,47 +13,58 @@ namespace
 
 namespace fs = std::filesystem;
 
-struct Name {
-    const char* name;
+struct Container {
+    std::string_view name;
     int format;
 };
 
 // The first name of a container is its extension.
-constexpr Name kContainers[] = {
-    {"wav", SF_FORMAT_WAV}, {"flac", SF_FORMAT_FLAC}, {"aiff", SF_FORMAT_AIFF}, {"aif", SF_FORMAT_AIFF},
-    {"caf", SF_FORMAT_CAF}, {"w64", SF_FORMAT_W64},   {"au", SF_FORMAT_AU},
+constexpr std::array<Container, 7> kContainers{{{"wav", SF_FORMAT_WAV},
+                                                {"flac", SF_FORMAT_FLAC},
+                                                {"aiff", SF_FORMAT_AIFF},
+                                                {"aif", SF_FORMAT_AIFF},
+                                                {"caf", SF_FORMAT_CAF},
+                                                {"w64", SF_FORMAT_W64},
+                                                {"au", SF_FORMAT_AU}}};
+
+struct SampleType {
+    std::string_view name;  // empty for types that only inputs have
+    int format;
+    int bits;
 };
 
-constexpr Name kTypes[] = {
-    {"pcm8", SF_FORMAT_PCM_S8},  {"pcm16", SF_FORMAT_PCM_16}, {"pcm24", SF_FORMAT_PCM_24},
-    {"pcm32", SF_FORMAT_PCM_32}, {"float", SF_FORMAT_FLOAT},  {"double", SF_FORMAT_DOUBLE},
-};
+constexpr std::array<SampleType, 11> kTypes{{{"pcm8", SF_FORMAT_PCM_S8, 8},
+                                             {"", SF_FORMAT_PCM_U8, 8},
+                                             {"pcm16", SF_FORMAT_PCM_16, 16},
+                                             {"pcm24", SF_FORMAT_PCM_24, 24},
+                                             {"pcm32", SF_FORMAT_PCM_32, 32},
+                                             {"float", SF_FORMAT_FLOAT, 0},
+                                             {"double", SF_FORMAT_DOUBLE, 0},
+                                             {"", SF_FORMAT_ALAC_16, 16},
+                                             {"", SF_FORMAT_ALAC_20, 24},
+                                             {"", SF_FORMAT_ALAC_24, 24},
+                                             {"", SF_FORMAT_ALAC_32, 32}}};
 
-constexpr std::array kLossyNames{"mp3", "ogg", "oga", "opus", "m4a", "aac", "wma"};
+constexpr std::array<std::string_view, 7> kLossyNames{"mp3", "ogg", "oga", "opus", "m4a", "aac", "wma"};
 
 constexpr double kMaxBytesIn32Bits = 4294900000.0;  // 2^32 with some room for headers
 
-int find(std::span<const Name> names, const std::string& name)
+template <typename Table>
+int formatNamed(const Table& table, std::string_view name)
 {
-    const auto found = std::ranges::find(names, name, &Name::name);
-    return found == names.end() ? 0 : found->format;
-}
-
-// The extension in lower case, without its dot.
-std::string extensionOf(const fs::path& file)
-{
-    const std::string extension = lowerCase(file.extension().string());
-    return extension.empty() ? extension : extension.substr(1);
+    const auto row = std::ranges::find(table, name, [](const auto& entry) { return entry.name; });
+    return name.empty() || row == table.end() ? 0 : row->format;
 }
 
 std::string nameOf(int container)
 {
-    return std::ranges::find(kContainers, container, &Name::format)->name;
+    return std::string(std::ranges::find(kContainers, container, &Container::format)->name);
 }
 
-int containerOf(int format)
+std::string extensionOf(const fs::path& file)
 {
-    return format & SF_FORMAT_TYPEMASK;
+    const std::string extension = lowerCase(file.extension().string());
+    return extension.empty() ? extension : extension.substr(1);
 }
 
 int typeOf(int format)
@@ -62,39 +72,39 @@ int typeOf(int format)
     return format & SF_FORMAT_SUBMASK;
 }
 
-// An input's container as it is named here; 0 if there is no output of that kind.
-int ownContainer(int format)
+// The container that an output with the same name has; 0 if there is none.
+int outputContainer(int format)
 {
     const int container = containerOf(format);
     if (container == SF_FORMAT_WAVEX || container == SF_FORMAT_RF64)
         return SF_FORMAT_WAV;
-    return std::ranges::find(kContainers, container, &Name::format) == std::end(kContainers) ? 0 : container;
+    return std::ranges::count(kContainers, container, &Container::format) > 0 ? container : 0;
 }
 
 bool isLossy(int format)
 {
-    return bitsOf(format) == 0 && !isFloatingPoint(format);
+    return std::ranges::count(kTypes, typeOf(format), &SampleType::format) == 0;
 }
 
-void checkLossless(const std::string& name, const std::string& file)
+void checkLossless(std::string_view name)
 {
-    if (std::ranges::find(kLossyNames, name) != kLossyNames.end())
-        throw UsageError("{} is a lossy format, which wail does not write; pipe into an encoder: wail render "
-                         "IN -o - | ffmpeg -i - {}",
-                         name, file);
+    if (std::ranges::count(kLossyNames, name) > 0)
+        throw UsageError("wail does not write {}, which is lossy; pipe into an encoder: "
+                         "wail render IN -o - | ffmpeg -i - OUT.{}",
+                         name, name);
 }
 
 void choose(AudioFormat& format, const std::string& name)
 {
-    checkLossless(name, "OUT." + name);
-    if (const int container = find(kContainers, name))
+    checkLossless(name);
+    if (const int container = formatNamed(kContainers, name))
         format.container = container;
-    else if (const int type = find(kTypes, name))
+    else if (const int type = formatNamed(kTypes, name))
         format.type = type;
     else
         throw UsageError(
-            "no format '{}'; the containers are wav, flac, aiff, caf, w64 and au, the sample types "
-            "pcm8, pcm16, pcm24, pcm32, float and double",
+            "no format '{}'; containers are wav, flac, aiff, caf, w64 and au, sample types pcm8, "
+            "pcm16, pcm24, pcm32, float and double",
             name);
 }
 
@@ -102,26 +112,25 @@ int chooseContainer(const AudioFormat& chosen, const fs::path& file, int input)
 {
     if (chosen.container != 0)
         return chosen.container;
-    if (const int named = containerNamedBy(file))
+    if (const int named = formatNamed(kContainers, extensionOf(file)))
         return named;
-    const int own = ownContainer(input);
+    const int own = outputContainer(input);
     return own == SF_FORMAT_AU || own == SF_FORMAT_FLAC ? own : SF_FORMAT_WAV;
 }
 
 // The sample types to try, the best first.
 std::vector<int> typesFor(int chosen, int input)
 {
-    if (chosen == SF_FORMAT_PCM_S8)
-        return {SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};  // containers have one or the other
-    if (chosen != 0)
-        return {chosen};
-    switch (isLossy(input) ? 24 : bitsOf(input)) {
-    case 8: return {typeOf(input), SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};
+    const int own = chosen != 0 ? chosen : typeOf(input);
+    switch (isLossy(own) ? 24 : bitsOf(own)) {
+    case 8: return {own, SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};  // containers have one or the other
     case 16: return {SF_FORMAT_PCM_16};
     case 24: return {SF_FORMAT_PCM_24};
-    case 32: return {SF_FORMAT_PCM_32, SF_FORMAT_PCM_24};
-    default: return {typeOf(input), SF_FORMAT_PCM_24};
+    default: break;
     }
+    if (chosen != 0)
+        return {chosen};
+    return {bitsOf(own) == 32 ? SF_FORMAT_PCM_32 : own, SF_FORMAT_PCM_24};
 }
 
 // WAV has kinds that share its extension.
@@ -147,36 +156,29 @@ AudioFormat parseAudioFormat(const std::string& text)
     return format;
 }
 
-int containerNamedBy(const fs::path& file)
-{
-    const std::string extension = extensionOf(file);
-    checkLossless(extension, file.string());
-    return find(kContainers, extension);
-}
-
 void checkOutputName(const fs::path& file, const AudioFormat& chosen)
 {
-    if (isStream(file))
-        return;
-    const int named = containerNamedBy(file);
-    if (named == 0 && chosen.container == 0)
+    const std::string extension = extensionOf(file);
+    checkLossless(extension);
+    const int named = formatNamed(kContainers, extension);
+    if (named == 0 && chosen.container == 0 && !isStream(file))
         throw UsageError(
             "cannot tell the format of {}; end its name in .wav, .flac, .aiff, .caf, .w64 or .au, or "
             "use --format",
             file.string());
     if (named != 0 && chosen.container != 0 && named != chosen.container)
-        throw UsageError("cannot write {} as {}; leave out --format or end the name in .{}", file.string(),
-                         nameOf(chosen.container), nameOf(chosen.container));
+        throw UsageError("cannot write {} as {}; leave out --format or change the name", file.string(),
+                         nameOf(chosen.container));
 }
 
 std::string outputExtension(const fs::path& input, int inputFormat, const AudioFormat& chosen)
 {
     int container = chosen.container;
     if (container == 0)
-        container = isLossy(inputFormat) ? SF_FORMAT_FLAC : ownContainer(inputFormat);
+        container = isLossy(inputFormat) ? SF_FORMAT_FLAC : outputContainer(inputFormat);
     if (container == 0)
         container = SF_FORMAT_WAV;
-    const bool fits = find(kContainers, extensionOf(input)) == container;
+    const bool fits = formatNamed(kContainers, extensionOf(input)) == container;
     return fits ? input.extension().string() : "." + nameOf(container);
 }
 
@@ -187,9 +189,9 @@ SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& file, const Outp
     if (!source.seekable && container != SF_FORMAT_WAV && container != SF_FORMAT_AU &&
         container != SF_FORMAT_FLAC)
         throw Error("cannot stream {}; use --format wav, au or flac", nameOf(container));
-    const bool sameContainer = container == ownContainer(source.info.format);
+    const int ownEndian = container == outputContainer(info.format) ? info.format & SF_FORMAT_ENDMASK : 0;
     for (const int type : typesFor(chosen.type, source.info.format)) {
-        for (const int endian : {sameContainer ? source.info.format & SF_FORMAT_ENDMASK : 0, 0}) {
+        for (const int endian : {ownEndian, 0}) {
             info.format = container | type | endian;
             if (sf_format_check(&info) == 0)
                 continue;
@@ -202,46 +204,21 @@ SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& file, const Outp
                 nameOf(container), info.channels, info.samplerate);
 }
 
-std::string reasonOf(SNDFILE* sound)
+int containerOf(int format)
 {
-    std::string reason = sf_strerror(sound);
-    if (reason.starts_with("Error : "))
-        reason.erase(0, std::string("Error : ").size());
-    if (reason.ends_with('.'))
-        reason.pop_back();
-    return reason;
+    return format & SF_FORMAT_TYPEMASK;
 }
 
 int bitsOf(int format)
 {
-    switch (typeOf(format)) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8: return 8;
-    case SF_FORMAT_PCM_16:
-    case SF_FORMAT_ALAC_16: return 16;
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_ALAC_20:
-    case SF_FORMAT_ALAC_24: return 24;
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_ALAC_32: return 32;
-    default: return 0;
-    }
+    const auto row = std::ranges::find(kTypes, typeOf(format), &SampleType::format);
+    return row == kTypes.end() ? 0 : row->bits;
 }
 
 int sampleBytesOf(int format)
 {
-    switch (typeOf(format)) {
-    case SF_FORMAT_FLOAT: return 4;
-    case SF_FORMAT_DOUBLE: return 8;
-    default: return bitsOf(format) / 8;
-    }
-}
-
-bool stopsAtEnd(int format)
-{
     const int type = typeOf(format);
-    return containerOf(format) == SF_FORMAT_FLAC || type == SF_FORMAT_ULAW || type == SF_FORMAT_ALAW ||
-           (sampleBytesOf(format) > 0 && type < SF_FORMAT_ALAC_16);
+    return type == SF_FORMAT_FLOAT ? 4 : type == SF_FORMAT_DOUBLE ? 8 : bitsOf(format) / 8;
 }
 
 bool isFloatingPoint(int format)
@@ -251,12 +228,19 @@ bool isFloatingPoint(int format)
 
 bool hasOutputContainer(int format)
 {
-    return ownContainer(format) != 0;
+    return outputContainer(format) != 0;
 }
 
-bool isLimitedTo4Gigabytes(int format)
+bool stopsAtEnd(int format)
 {
-    const int container = containerOf(format);
-    return container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX || container == SF_FORMAT_AIFF ||
-           container == SF_FORMAT_AU;
+    const int type = typeOf(format);
+    return containerOf(format) == SF_FORMAT_FLAC || (type >= SF_FORMAT_PCM_S8 && type <= SF_FORMAT_ALAW);
+}
+
+std::string reasonOf(SNDFILE* sound)
+{
+    std::string reason = sf_strerror(sound);
+    if (reason.starts_with("Error : "))
+        reason.erase(0, std::string("Error : ").size());
+    return reason.substr(0, reason.find_last_not_of('.') + 1);
 }

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-// Containers and sample types as libsndfile numbers them, with the names that the command line uses. Inputs
-// may have any that libsndfile reads; outputs are lossless.
+// Containers and sample types as libsndfile numbers them, with the names that the command line uses. Inputs may
+// have any that libsndfile reads; outputs are lossless.
 
 struct AudioFormat {
     int container = 0;  // SF_FORMAT_WAV and the like; 0: not chosen
@@ -16,10 +16,7 @@ struct AudioFormat {
 // Parses "flac", "pcm24" or "wav/float". Throws UsageError with the list of formats.
 AudioFormat parseAudioFormat(const std::string& text);
 
-// The container that a file's extension stands for; 0 if it stands for none. Throws UsageError if it is lossy.
-int containerNamedBy(const std::filesystem::path& file);
-
-// Throws UsageError if no output of the chosen format can have this name. "-" has any format.
+// Throws UsageError if the file's extension stands for no output format, or not for the chosen one.
 void checkOutputName(const std::filesystem::path& file, const AudioFormat& chosen);
 
 // The extension, with its dot, of an output that is named after its input: the input's own if it fits.
@@ -38,22 +35,14 @@ struct OutputSource {
 SF_INFO outputFormat(const AudioFormat& chosen, const std::filesystem::path& file,
                      const OutputSource& source);
 
-// The reason that libsndfile gives for its last failure; sound: null for a failed opening.
-std::string reasonOf(SNDFILE* sound);
-
-// Bits of an integer sample; 0 for other types.
-int bitsOf(int format);
-
-// Bytes of an integer or floating-point sample; 0 for other types.
-int sampleBytesOf(int format);
+int containerOf(int format);    // SF_FORMAT_WAV and the like
+int bitsOf(int format);         // of an integer sample; 0 for other types
+int sampleBytesOf(int format);  // of an integer or floating-point sample; 0 for other types
+bool isFloatingPoint(int format);
+bool hasOutputContainer(int format);  // true if an output can have the format's container
 
 // True if a decoder of the type stops where the data end; block codecs such as ADPCM invent what is missing.
 bool stopsAtEnd(int format);
 
-bool isFloatingPoint(int format);
-
-// True if an output can have the format's container.
-bool hasOutputContainer(int format);
-
-// True if the container counts its bytes in 32 bits.
-bool isLimitedTo4Gigabytes(int format);
+// The reason that libsndfile gives for its last failure; sound: null for a failed opening.
+std::string reasonOf(SNDFILE* sound);

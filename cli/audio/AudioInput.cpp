@@ -35,17 +35,12 @@ const std::array<std::vector<std::size_t>, 9> kOggOrders{{{},
                                                           {0, 2, 1, 6, 5, 3, 4},
                                                           {0, 2, 1, 7, 5, 6, 3, 4}}};
 
-int containerOf(const SF_INFO& info)
-{
-    return info.format & SF_FORMAT_TYPEMASK;
-}
-
 // The length in the header of a stream; none if the header does not tell.
 std::optional<std::int64_t> framesInHeader(const SF_INFO& info)
 {
     const int frameBytes = info.channels * std::max(1, sampleBytesOf(info.format));
     const std::int64_t unknown =
-        containerOf(info) == SF_FORMAT_FLAC ? kUnknownFlacFrames : kUnknownBytes / frameBytes;
+        containerOf(info.format) == SF_FORMAT_FLAC ? kUnknownFlacFrames : kUnknownBytes / frameBytes;
     return info.frames > 0 && info.frames < unknown ? std::optional<std::int64_t>(info.frames) : std::nullopt;
 }
 
@@ -75,7 +70,7 @@ AudioInput::AudioInput(fs::path path)
     if (isFile && status.st_size == 0)
         throw Error("cannot read {} as audio: it is empty", name());
     open();
-    if (containerOf(info) == SF_FORMAT_OGG && info.channels < std::ssize(kOggOrders))
+    if (containerOf(info.format) == SF_FORMAT_OGG && info.channels < std::ssize(kOggOrders))
         order = kOggOrders[static_cast<std::size_t>(info.channels)];
 }
 
@@ -109,14 +104,14 @@ bool AudioInput::openStream()
 void AudioInput::openFile()
 {
     const bool isStreamable = openStream();
-    if (containerOf(info) == SF_FORMAT_FLAC)
+    if (containerOf(info.format) == SF_FORMAT_FLAC)
         return;
     const std::optional<std::int64_t> promised =
         sound != nullptr && hasOutputContainer(info.format) ? framesInHeader(info) : std::nullopt;
     sound.reset();
     lseek(descriptor(), 0, SEEK_SET);
     info = {};
-    sound.reset(sf_open_fd(descriptor(), SFM_READ, &info, SF_FALSE));
+    sound.reset(sf_open_fd(dup(descriptor()), SFM_READ, &info, SF_TRUE));
     if (isStreamable && (sound == nullptr || info.frames == 0)) {
         lseek(descriptor(), 0, SEEK_SET);
         openStream();
@@ -126,7 +121,7 @@ void AudioInput::openFile()
     };
     fstat(descriptor(), &status);
     cutOff = info.frames < promised.value_or(0) ||
-             (containerOf(info) == SF_FORMAT_W64 && isShortW64(descriptor(), status.st_size));
+             (containerOf(info.format) == SF_FORMAT_W64 && isShortW64(descriptor(), status.st_size));
     knownFrames = info.frames < SF_COUNT_MAX ? std::optional<std::int64_t>(info.frames) : std::nullopt;
 }
 
@@ -195,7 +190,7 @@ std::size_t AudioInput::read(std::span<double> samples, std::size_t count)
 void AudioInput::reportCut()
 {
     // The length of MPEG audio is an estimate.
-    if (isFile && containerOf(info) != SF_FORMAT_MPEG)
+    if (isFile && containerOf(info.format) != SF_FORMAT_MPEG)
         throw Error(
             "cannot read all of {}: it ends before the length in its header; if that is all there is, "
             "pipe it: cat FILE | wail render -",

@@ -117,7 +117,9 @@ void AudioOutput::write(std::span<const double> samples)
         check(sf_write_double(sound.get(), samples.data(), count) == count);
     else
         writeIntegers(samples);
-    if (isLimitedTo4Gigabytes(info.format) && !file.isStream() && file.size() > kMaxBytesIn32Bits)
+    const bool countsIn32Bits =
+        containerOf(info.format) == SF_FORMAT_AIFF || containerOf(info.format) == SF_FORMAT_AU;
+    if (countsIn32Bits && !file.isStream() && file.size() > kMaxBytesIn32Bits)
         throw Error("cannot write {}: the format ends at 4 GB; use --format w64, caf or flac", file.name());
 }
 

@@ -13,6 +13,7 @@
 namespace
 {
 
+constexpr std::uint32_t kUnknownLength = 0x7ffe0000;  // or more: what writers into a pipe put for a length
 constexpr sf_count_t kEndless = std::numeric_limits<sf_count_t>::max() / 4;
 
 // Like POSIX read, but complete: fewer bytes mean the end, or an error, which counts as the end.
@@ -46,7 +47,7 @@ void repairWavLength(std::vector<char>& head)
     for (std::size_t chunk = 12; chunk + 8 <= head.size();) {
         const std::size_t size = field(chunk + 4);
         if (text.substr(chunk, 4) == "data") {
-            if (size == 0 && field(4) <= chunk)
+            if (size == 0 && (field(4) <= chunk || field(4) >= kUnknownLength))
                 std::fill_n(head.begin() + static_cast<std::ptrdiff_t>(chunk + 4), 4, '\xff');
             return;
         }

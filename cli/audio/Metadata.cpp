@@ -1,6 +1,7 @@
 #include "cli/audio/Metadata.h"
 
 #include "cli/Text.h"
+#include "cli/audio/AudioFormat.h"
 
 #include <algorithm>
 
@@ -62,7 +63,7 @@ std::vector<std::string> copyMetadata(SNDFILE* from, const MetadataTarget& to)
     if (!copyTexts(from, to.sound))
         lost.emplace_back("titles");
 
-    const int container = to.info.format & SF_FORMAT_TYPEMASK;
+    const int container = containerOf(to.info.format);
     std::vector<int> layout = channelLayout(from, to.info.channels);
     const auto bytes = static_cast<int>(layout.size() * sizeof(int));
     const bool isImplied = layout.size() < 3 || container == SF_FORMAT_FLAC;

@@ -1,7 +1,6 @@
 #include "cli/audio/OutputFile.h"
 
 #include "cli/Error.h"
-#include "cli/audio/TemporaryFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,6 +8,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -16,6 +18,9 @@ namespace
 {
 
 namespace fs = std::filesystem;
+
+// The path of the temporary file, where the signal handler finds it; empty if there is none.
+char temporary[PATH_MAX];
 
 // The file that the links lead to, whether it exists or not.
 fs::path followLinks(fs::path file)
@@ -36,12 +41,46 @@ bool isRewritable(int descriptor)
            (fcntl(descriptor, F_GETFL) & O_APPEND) == 0;
 }
 
+// Those of the file if it exists, else those of any new file.
+mode_t permissionsOf(const fs::path& file)
+{
+    struct stat status {
+    };
+    if (stat(file.c_str(), &status) == 0)
+        return status.st_mode & 0777;
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+void endOnSignal(int number)
+{
+    unlink(temporary);
+    raise(number);  // its default action, which SA_RESETHAND has restored
+}
+
 }  // namespace
 
 bool isStream(const fs::path& file)
 {
     std::error_code ignored;
     return file == "-" || (fs::exists(file, ignored) && !fs::is_regular_file(file, ignored));
+}
+
+void guardOutputFiles()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        struct sigaction action {
+        };
+        sigaction(number, nullptr, &action);
+        if (action.sa_handler == SIG_IGN)
+            continue;
+        action.sa_handler = endOnSignal;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigaction(number, &action, nullptr);
+    }
 }
 
 OutputFile::OutputFile(fs::path file) : path(std::move(file))
@@ -57,23 +96,40 @@ OutputFile::OutputFile(fs::path file) : path(std::move(file))
         descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
         seekable = false;
     } else {
-        path = followLinks(path);
-        if (fs::exists(path, ignored) && access(path.c_str(), W_OK) != 0)
-            fail(errno);
-        descriptor = makeTemporaryFile(path, &temporary);
+        openTemporary();
     }
     if (descriptor < 0)
         fail(errno);
 }
 
+void OutputFile::openTemporary()
+{
+    path = followLinks(path);
+    std::error_code ignored;
+    if (fs::exists(path, ignored) && access(path.c_str(), W_OK) != 0)
+        return;
+    const fs::path folder = path.parent_path();
+    const std::string pattern = (folder / ".wail-XXXXXX").string();
+    if (pattern.size() >= sizeof temporary)
+        fail(ENAMETOOLONG);
+    std::strcpy(temporary, pattern.c_str());
+    descriptor = mkstemp(temporary);
+    if (descriptor < 0 && errno == ENOENT)
+        throw Error("cannot write {}: there is no folder {}; make it first", name(), folder.string());
+    if (descriptor < 0)
+        return;
+    isTemporary = true;
+    fchmod(descriptor, permissionsOf(path));
+}
+
 OutputFile::~OutputFile()
 {
-    if (!temporary.empty())
-        removeTemporaryFile(temporary);
+    if (isTemporary)
+        unlink(temporary);
     if (descriptor < 0)
         return;
     if (seekable)
-        (void)!ftruncate(descriptor, origin);  // on failure the temporary file is gone already
+        (void)!ftruncate(descriptor, origin);  // standard output: nothing half-written there either
     close(descriptor);
 }
 
@@ -110,13 +166,13 @@ void OutputFile::check() const
 void OutputFile::commit()
 {
     check();
-    if (temporary.empty() && seekable)
+    if (seekable)
         lseek(descriptor, origin + end, SEEK_SET);  // later writers to standard output append
     if (close(std::exchange(descriptor, -1)) != 0)
         fail(errno);
-    if (!temporary.empty())
-        commitTemporaryFile(temporary, path);
-    temporary.clear();
+    if (isTemporary && std::rename(temporary, path.c_str()) != 0)
+        fail(errno);
+    isTemporary = false;
 }
 
 void OutputFile::fail(int errorNumber) const

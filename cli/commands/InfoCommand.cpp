@@ -13,18 +13,6 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-// Slots of the extension in the effect object's table.
-enum Slot {
-    kNumOfInJacks = 153,
-    kNumOfOutJacks,
-    kNumOfInSig,
-    kNumOfOutSig,
-    kStartNumInSig,
-    kStartNumOutSig,
-    kDryInSigNum,
-    kHeaderVersion = 162
-};
-
 std::string uniqueIdOf(const HostedEffect& effect)
 {
     std::string text;
@@ -60,16 +48,6 @@ Json parametersOf(const HostedEffect& effect)
     return parameters;
 }
 
-// The jacks of one direction, with their signals.
-Json jacksOf(const HostedEffect& effect, Slot numJacks, Slot numSignals, Slot firstSignal)
-{
-    Json jacks = Json::array();
-    for (VstInt32 jack = 0; jack < effect.call<VstInt32>(numJacks); ++jack)
-        jacks.push_back({{"signals", effect.call<VstInt32>(numSignals, jack)},
-                         {"firstSignal", effect.call<VstInt32>(firstSignal, jack)}});
-    return jacks;
-}
-
 Json programsOf(const HostedEffect& effect)
 {
     Json programs = Json::array();
@@ -85,20 +63,13 @@ Json describe(const Bundle& bundle)
     return {
         {"bundle", toUtf8(bundle.file().string())},
         {"name", effect.text(effGetEffectName)},
-        {"product", effect.text(effGetProductString)},
         {"vendor", effect.text(effGetVendorString)},
         {"vendorVersion", effect.dispatch(effGetVendorVersion)},
         {"uniqueID", uniqueIdOf(effect)},
         {"version", record.version},
-        {"interfaceVersion", effect.dispatch(effGetVstVersion)},
-        {"extensionVersion", effect.call<VstInt32>(kHeaderVersion)},
-        {"category", effect.dispatch(effGetPlugCategory)},
         {"inputs", record.numInputs},
         {"outputs", record.numOutputs},
         {"latencySamples", record.initialDelay},
-        {"inputJacks", jacksOf(effect, kNumOfInJacks, kNumOfInSig, kStartNumInSig)},
-        {"outputJacks", jacksOf(effect, kNumOfOutJacks, kNumOfOutSig, kStartNumOutSig)},
-        {"dryInputSignal", effect.call<VstInt32>(kDryInSigNum)},
         {"parameters", parametersOf(effect)},
         {"programs", programsOf(effect)},
     };

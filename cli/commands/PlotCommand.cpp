@@ -5,9 +5,9 @@
 #include "cli/commands/Options.h"
 #include "cli/plot/Picture.h"
 #include "cli/plot/Spectrogram.h"
-#include "cli/plot/Waveform.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace
@@ -17,9 +17,12 @@ namespace fs = std::filesystem;
 
 constexpr int kWidth = 1200;
 constexpr int kHeight = 710;
-constexpr Area kWaveform{78.0, 62.0, 1020.0, 110.0};
-constexpr Area kSpectrogram{78.0, 196.0, 1020.0, 456.0};
-constexpr Area kColourBar{1116.0, 196.0, 16.0, 456.0};
+constexpr int kColumns = 1020;  // of pixels, each a part of the time
+constexpr Area kWaveform{78, 62, kColumns, 110};
+constexpr Area kSpectrogram{78, 196, kColumns, 456};
+constexpr Area kColourBar{1116, 196, 16, 456};
+constexpr Colour kWaveformColour{0.24, 0.35, 0.55};
+constexpr Colour kBackground{1.0, 1.0, 1.0};
 constexpr double kLevelRange = 72.0;       // dB
 constexpr double kLowestTopLevel = -40.0;  // dBFS; so silence is dark
 
@@ -32,113 +35,116 @@ struct PlotCommand {
     bool quiet = false;
 };
 
+// The lowest and highest sample in a column.
+struct Span {
+    double low = 0.0;
+    double high = 0.0;
+};
+
 // What the picture shows of one channel.
 struct Measurement {
-    explicit Measurement(double sampleRate) : rate(sampleRate), output(sampleRate) {}
+    Measurement(double sampleRate, std::int64_t numFrames)
+        : rate(sampleRate), frames(numFrames), output(sampleRate, numFrames, kColumns)
+    {
+    }
 
-    double rate;  // Hz
-    Waveform input;
+    double rate;          // Hz
+    std::int64_t frames;  // of the output
+    std::array<Span, kColumns> input;
     Spectrogram output;
-    RenderResult result;
+    double peak = 0.0;  // of the output
 };
+
+// The length of the output has to be known to give each column its part.
+std::int64_t framesToPlot(const AudioInput& input, const RenderSettings& settings)
+{
+    if (!input.frames() || !settings.tailSeconds)
+        throw Error("cannot plot {}: its length is not known in advance; use a file, and a number for --tail",
+                    input.name());
+    const std::int64_t rest = *input.frames() - framesIn(settings.startSeconds, input.sampleRate());
+    const std::int64_t duration =
+        settings.durationSeconds ? framesIn(*settings.durationSeconds, input.sampleRate()) : rest;
+    const std::int64_t frames =
+        std::min(rest, duration) + framesIn(*settings.tailSeconds, input.sampleRate());
+    if (frames < kColumns)
+        throw Error("cannot plot {}: less than {} samples are too short for a picture", input.name(),
+                    kColumns);
+    return frames;
+}
 
 Measurement measure(AudioInput& input, const Bundle& bundle, const RenderSettings& settings)
 {
-    Measurement measurement(input.sampleRate());
+    Measurement measurement(input.sampleRate(), framesToPlot(input, settings));
+    std::int64_t n = 0;
     const auto addInput = [&](std::span<const double> samples) {
-        for (const double sample : samples)
-            measurement.input.add(sample);
+        for (const double sample : samples) {
+            const std::int64_t column =
+                std::min<std::int64_t>(n++ * kColumns / measurement.frames, kColumns - 1);
+            Span& span = measurement.input[static_cast<std::size_t>(column)];
+            span = {std::min(span.low, sample), std::max(span.high, sample)};
+        }
     };
     const auto addOutput = [&](std::span<const double> samples) {
         for (const double sample : samples)
             measurement.output.add(sample);
     };
-    measurement.result = render(input, bundle, settings, {.input = addInput, .output = addOutput});
+    measurement.peak = render(input, bundle, settings, {.input = addInput, .output = addOutput}).peak;
     measurement.output.finish();
     return measurement;
 }
 
 void drawWaveform(Picture& picture, const Measurement& measurement, const Axis& time)
 {
-    const auto& spans = measurement.input.spans();
     double peak = 1e-3;
-    for (const Waveform::Span& span : spans)
+    for (const Span& span : measurement.input)
         peak = std::max({peak, -span.low, span.high});
     const Axis level{-peak, peak, "Input"};
-    const auto yOf = [&](double sample) {
-        return level.position(sample, kWaveform.bottom(), -kWaveform.height);
+    const auto rowOf = [&](double sample) {
+        return std::lround(level.position(sample, kWaveform.height, -kWaveform.height));
     };
-    std::vector<double> x;
-    std::vector<double> upper;
-    std::vector<double> lower;
-    for (std::size_t i = 0; i < spans.size(); ++i) {
-        const double centre =
-            (static_cast<double>(i) + 0.5) * static_cast<double>(measurement.input.samplesPerSpan());
-        x.push_back(time.position(time.low + centre / measurement.rate, kWaveform.x, kWaveform.width));
-        upper.push_back(yOf(spans[i].high));
-        lower.push_back(yOf(spans[i].low));
-    }
-    picture.band(x, upper, lower);
+    picture.fill(kWaveform, [&](int column, int row) {
+        const Span& span = measurement.input[static_cast<std::size_t>(column)];
+        return row >= rowOf(span.high) && row <= rowOf(span.low) ? kWaveformColour : kBackground;
+    });
     picture.frame(kWaveform, time, level, false);
-}
-
-// The upper end of the levels: all but the loudest thousandth, to the next 5 dB.
-double topLevel(const Spectrogram& spectrogram, std::size_t bins)
-{
-    std::vector<double> levels;
-    for (std::size_t column = 0; column < spectrogram.columns(); ++column)
-        for (std::size_t bin = 0; bin < bins; ++bin)
-            levels.push_back(spectrogram.level(column, bin));
-    const auto place = levels.begin() + std::ssize(levels) * 999 / 1000;
-    std::ranges::nth_element(levels, place);
-    return std::max(kLowestTopLevel, 5.0 * std::ceil(*place / 5.0));
 }
 
 void drawSpectrogram(Picture& picture, const Measurement& measurement, const Axis& time, double maxFrequency)
 {
-    const Spectrogram& spectrogram = measurement.output;
     const double high = std::min(maxFrequency, measurement.rate / 2.0);
-    const Axis frequency{0.0, high / 1000.0, "Output frequency in kHz"};
-    const auto bins = static_cast<int>(high / spectrogram.binWidth()) + 1;
-    const double top = topLevel(spectrogram, static_cast<std::size_t>(bins));
+    std::vector<double> levels;
+    for (int column = 0; column < kSpectrogram.width; ++column)
+        for (int row = 0; row < kSpectrogram.height; ++row)
+            levels.push_back(measurement.output.level(static_cast<std::size_t>(column),
+                                                      high * (1.0 - (row + 0.5) / kSpectrogram.height)));
+    // The upper end of the colours is that of all levels but the loudest thousandth, to the next 5 dB.
+    std::vector<double> sorted = levels;
+    const auto place = sorted.begin() + std::ssize(sorted) * 999 / 1000;
+    std::ranges::nth_element(sorted, place);
+    const double top = std::max(kLowestTopLevel, 5.0 * std::ceil(*place / 5.0));
     const Axis level{top - kLevelRange, top, "Level in dBFS"};
-
-    // A row is as high as a bin and centred on its frequency; a column is as wide as its time.
-    const auto columns = static_cast<int>(spectrogram.columns());
-    const double columnSeconds = static_cast<double>(spectrogram.samplesPerColumn()) / measurement.rate;
-    const double binHeight = kSpectrogram.height * spectrogram.binWidth() / high;
-    const Area cells{.x = kSpectrogram.x,
-                     .y = kSpectrogram.bottom() - (bins - 0.5) * binHeight,
-                     .width = kSpectrogram.width * columns * columnSeconds / (time.high - time.low),
-                     .height = bins * binHeight};
-    picture.image(kSpectrogram, cells, columns, bins, [&](int column, int row) {
-        const auto bin = static_cast<std::size_t>(bins - 1 - row);
-        return heatColour(level.position(spectrogram.level(static_cast<std::size_t>(column), bin), 0.0, 1.0));
+    picture.fill(kSpectrogram, [&](int column, int row) {
+        const auto index = static_cast<std::size_t>(column * kSpectrogram.height + row);
+        return heatColour(level.position(levels[index], 0.0, 1.0));
     });
-    picture.frame(kSpectrogram, time, frequency, true);
+    picture.frame(kSpectrogram, time, {0.0, high / 1000.0, "Output frequency in kHz"}, true);
     picture.colourBar(kColourBar, level);
 }
 
 // The values that the rendering starts with, as the options take them.
 std::string caption(const RenderSettings& settings)
 {
-    std::string text;
-    for (std::size_t i = 0; i < kParameters.size(); ++i)
-        text += fmt::format("{}{} {}", i > 0 ? ", " : "", kParameters[i].option,
-                            valueText(kParameters[i], settings.program.values[i]));
-    return text +
+    const std::string values = describeValues(settings.program.values);
+    return values +
            (settings.automation ? "; automated by " + settings.automation->path().filename().string() : "");
 }
 
 std::string summary(const PlotCommand& command, const AudioInput& input, const Measurement& measurement)
 {
-    const double peak = measurement.result.peak;
+    const int channels = input.format().channels;
     return fmt::format("{}{} Hz, output {}",
-                       input.format().channels > 1
-                           ? fmt::format("channel {} of {}, ", command.channel, input.format().channels)
-                           : "",
-                       input.sampleRate(),
-                       peak > 0.0 ? fmt::format("peak {:.1f} dBFS", 20.0 * std::log10(peak)) : "silent");
+                       channels > 1 ? fmt::format("channel {} of {}, ", command.channel, channels) : "",
+                       input.sampleRate(), describePeak(measurement.peak));
 }
 
 std::vector<char> draw(const PlotCommand& command, const AudioInput& input, const RenderSettings& settings,
@@ -151,7 +157,7 @@ std::vector<char> draw(const PlotCommand& command, const AudioInput& input, cons
                  Picture::Align::kLeft, kWaveform.width - facts - 20.0);
     picture.text(kWaveform.x, 52.0, caption(settings), 13.0, Picture::Align::kLeft, kWaveform.width);
 
-    const double seconds = static_cast<double>(measurement.result.frames) / measurement.rate;
+    const double seconds = static_cast<double>(measurement.frames) / measurement.rate;
     const Axis time{settings.startSeconds, settings.startSeconds + seconds, "Time in s"};
     drawWaveform(picture, measurement, time);
     drawSpectrogram(picture, measurement, time, command.maxFrequency);
@@ -167,8 +173,6 @@ void run(const PlotCommand& command)
     AudioInput input(command.input);
     input.selectChannel(command.channel);
     const Measurement measurement = measure(input, bundle, settings);
-    if (measurement.output.columns() == 0)
-        throw Error("cannot plot {}: it is too short to show its frequencies", input.name());
     OutputFile output(command.output);
     output.write(draw(command, input, settings, measurement));
     output.commit();
@@ -194,9 +198,10 @@ void addPlotCommand(CLI::App& app)
     })->required();
     addOption(sub, "--channel", "N", "of the input, from 1, the default",
               [command](const std::string& text) { command->channel = parseInteger(text, 1, 1024); });
-    addOption(
-        sub, "--max-frequency", "HZ", "upper end of the picture, 10000 by default",
-        [command](const std::string& text) { command->maxFrequency = parseReal(text, 100.0, 1e6, "Hz"); });
+    addOption(sub, "--max-frequency", "HZ", "upper end of the picture, 10000 by default",
+              [command](const std::string& text) {
+                  command->maxFrequency = parseReal(text, 100.0, 1e6, "a frequency in Hz");
+              });
     addRenderOptions(sub, command->options);
     sub.add_flag("-q,--quiet", command->quiet, "print nothing but errors");
     sub.footer(kExamples);

@@ -30,10 +30,7 @@ void list()
 // The program as the options that make it.
 std::string describe(const ProgramFile& program)
 {
-    std::string text = program.name() + ":";
-    for (std::size_t i = 0; i < program.values.size(); ++i)
-        text += fmt::format(" --{} {}", kParameters[i].option, valueText(kParameters[i], program.values[i]));
-    return text;
+    return program.name() + ": " + describeValues(program.values, " ", "--");
 }
 
 void show(const PresetCommand& command)

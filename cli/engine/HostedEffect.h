@@ -26,8 +26,7 @@ private:
     EntryPoint getinterface;
 };
 
-// One instance of the effect, for one channel, driven only through its record and its table of virtual
-// operations.
+// One instance of the effect, for one channel, driven only through its record.
 class HostedEffect
 {
 public:
@@ -63,14 +62,6 @@ public:
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
     std::string text(VstInt32 opcode, VstInt32 index = 0) const;  // that the opcode writes
-
-    // Calls the operation in one slot of the effect object's table, counted from 0.
-    template <typename Result, typename... Arguments>
-    Result call(int slot, Arguments... arguments) const
-    {
-        using Operation = Result (*)(void*, Arguments...);
-        return (*static_cast<Operation* const*>(record->object))[slot](record->object, arguments...);
-    }
 
     const AEffect& properties() const { return *record; }
 

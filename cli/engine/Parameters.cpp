@@ -21,13 +21,13 @@ std::string lettersOf(const std::string& name)
 
 VstInt32 parameterIndex(const std::string& name)
 {
-    std::vector<std::string> names;
+    std::string names;
     for (std::size_t i = 0; i < kParameters.size(); ++i) {
         if (lettersOf(name) == lettersOf(kParameters[i].option))
             return static_cast<VstInt32>(i);
-        names.emplace_back(kParameters[i].option);
+        names += fmt::format("{}{}", i == 0 ? "" : ", ", kParameters[i].option);
     }
-    throw Error("no parameter '{}'{}", name, didYouMean(name, names));
+    throw Error("no parameter '{}'; there are {}", name, names);
 }
 
 float parameterValue(const Parameter& parameter, const std::string& text)
@@ -45,9 +45,15 @@ float parameterValue(const Parameter& parameter, const std::string& text)
     return *value;
 }
 
-std::string valueText(const Parameter& parameter, float value)
+std::string describeValues(const std::vector<float>& values, const char* separator, const char* prefix)
 {
-    if (parameter.isSwitch)
-        return value == 1.0f ? "on" : "off";
-    return fmt::format("{}", value);
+    std::string text;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Parameter& parameter = kParameters[i];
+        const std::string value = !parameter.isSwitch ? fmt::format("{}", values[i])
+                                  : values[i] == 1.0F ? "on"
+                                                      : "off";
+        text += fmt::format("{}{}{} {}", i == 0 ? "" : separator, prefix, parameter.option, value);
+    }
+    return text;
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <vector>
 
 // The plug-in's parameters as the command line and automation files name them.
 
@@ -29,11 +30,12 @@ inline constexpr std::array<Parameter, 7> kParameters{{
 using ParameterValues = std::map<VstInt32, float>;
 
 // The index of a parameter. Only the letters of the name count: "On/Off", "on-off" and "onoff" are the same.
-// Throws Error with the nearest name.
+// Throws Error with the names.
 VstInt32 parameterIndex(const std::string& name);
 
 // Parses a number from 0 to 1, or for a switch on, off, true, false, 1 or 0. Throws Error.
 float parameterValue(const Parameter& parameter, const std::string& text);
 
-// A value in the scale and spelling of the options: "0.84" or "on".
-std::string valueText(const Parameter& parameter, float value);
+// All parameters in the scale and spelling of the options: "on-off on, sense 0.84, ...". values: by index.
+std::string describeValues(const std::vector<float>& values, const char* separator = ", ",
+                           const char* prefix = "");

@@ -1,17 +1,12 @@
 #include "cli/engine/Places.h"
 
 #include "cli/Error.h"
-#include "cli/Text.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-
-#ifdef __APPLE__
-#include <mach-o/dyld.h>
-#endif
 
 namespace
 {
@@ -20,21 +15,10 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLargestSettings = 1 << 26;  // bytes; against devices without end
 
-fs::path programFolder()
-{
-#ifdef __APPLE__
-    char path[4096];
-    std::uint32_t size = sizeof path;
-    return fs::canonical(_NSGetExecutablePath(path, &size) == 0 ? path : "wail").parent_path();
-#else
-    return fs::read_symlink("/proc/self/exe").parent_path();
-#endif
-}
-
 // The first of the paths, relative to the program, that exists; empty if none does.
 fs::path firstExisting(std::initializer_list<const char*> paths)
 {
-    const fs::path folder = programFolder();
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
     std::error_code ignored;
     for (const char* const path : paths)
         if (fs::exists(folder / path, ignored))
@@ -47,7 +31,7 @@ fs::path firstExisting(std::initializer_list<const char*> paths)
 // The build defines the installed paths, relative to the installed program.
 fs::path findBundle()
 {
-    fs::path bundle = firstExisting({"Wail.so", "Wail.bundle/Contents/MacOS/Wail", WAIL_INSTALLED_BUNDLE});
+    fs::path bundle = firstExisting({"Wail.so", WAIL_INSTALLED_BUNDLE});
     if (bundle.empty())
         throw Error(
             "cannot find the plug-in beside this program or where it is installed; set WAIL_BUNDLE to its "
@@ -66,9 +50,7 @@ fs::path findPreset(const std::string& nameOrFile)
         return firstExisting({"presets", WAIL_INSTALLED_PRESETS}) / (nameOrFile + ".fxp");
     if (isFolder)
         throw Error("cannot use {}: it is a folder", nameOrFile);
-    const std::string suggestion = didYouMean(nameOrFile, names);
-    throw Error("no preset or file '{}'{}", nameOrFile,
-                suggestion.empty() ? "; wail preset lists the presets" : suggestion);
+    throw Error("no preset or file '{}'; wail preset lists the presets", nameOrFile);
 }
 
 std::vector<std::string> presetNames()

@@ -10,7 +10,7 @@
 std::filesystem::path findBundle();
 
 // A preset: the file of that name, or else the preset of that name that comes with the program, such as
-// "slow-tide". Throws Error with the nearest name.
+// "slow-tide". Throws Error.
 std::filesystem::path findPreset(const std::string& nameOrFile);
 
 // The names of the presets that come with the program, sorted.

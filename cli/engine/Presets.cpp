@@ -3,18 +3,18 @@
 #include "cli/Error.h"
 #include "cli/engine/Places.h"
 
+#include <span>
+
 namespace
 {
 
-template <typename Parse>
-auto readFile(const std::filesystem::path& file, const ProgramFileOwner& owner, Parse parse,
-              const char* option)
+template <typename File>
+File readFile(const std::filesystem::path& file, const ProgramFileOwner& owner,
+              File (*parse)(std::span<const char>, const ProgramFileOwner&))
 {
     const std::string content = readSettingsFile(file);
     try {
         return parse(content, owner);
-    } catch (const WrongKindOfFile& error) {
-        throw Error("cannot use {}: {}; use {}", file.string(), error.what(), option);
     } catch (const ProgramFileError& error) {
         throw Error("cannot use {}: {}", file.string(), error.what());
     }
@@ -30,12 +30,12 @@ void checkNumber(VstInt32 number, std::size_t count)
 
 ProgramFile readProgramFile(const std::filesystem::path& file, const ProgramFileOwner& owner)
 {
-    return readFile(file, owner, parseProgramFile, "--bank");
+    return readFile(file, owner, parseProgramFile);
 }
 
 BankFile readBankFile(const std::filesystem::path& file, const ProgramFileOwner& owner)
 {
-    return readFile(file, owner, parseBankFile, "--preset");
+    return readFile(file, owner, parseBankFile);
 }
 
 ProgramFile chooseProgram(const ProgramChoice& choice, HostedEffect& effect)

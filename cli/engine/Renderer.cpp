@@ -13,7 +13,6 @@ namespace
 constexpr std::size_t kChunkSamples = 1 << 12;      // read and written at once, or a block if that is longer
 constexpr double kSilence = 3.16227766e-5;          // -90 dBFS, 10^(-90/20)
 constexpr double kSilentSeconds = 0.25;             // far beyond the comb's longest delay
-constexpr double kLongestAutomaticTail = 60.0;      // s
 constexpr double kLowestFullScale = 127.5 / 128.0;  // where 8 bits clip; more bits clip above
 
 class Renderer

@@ -9,6 +9,8 @@
 #include <optional>
 #include <span>
 
+inline constexpr double kLongestAutomaticTail = 60.0;  // s
+
 struct RenderSettings {
     ProgramFile program;  // the values at the start
     std::optional<Automation> automation;

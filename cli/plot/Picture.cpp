@@ -13,13 +13,6 @@ namespace
 
 constexpr double kTick = 5.0;
 constexpr double kSmall = 12.0;  // size of numbers and labels
-constexpr Colour kInk{0.13, 0.13, 0.16};
-constexpr Colour kWaveform{0.24, 0.35, 0.55};
-
-void setColour(cairo_t* context, const Colour& colour)
-{
-    cairo_set_source_rgb(context, colour.red, colour.green, colour.blue);
-}
 
 double widthOf(cairo_t* context, const std::string& text)
 {
@@ -84,6 +77,7 @@ Picture::Picture(int width, int height)
 {
     cairo_set_source_rgb(context.get(), 1.0, 1.0, 1.0);
     cairo_paint(context.get());
+    cairo_set_source_rgb(context.get(), 0.13, 0.13, 0.16);
     cairo_set_line_width(context.get(), 1.0);
     cairo_select_font_face(context.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
 }
@@ -96,58 +90,30 @@ double Picture::text(double x, double y, const std::string& content, double size
     const std::string shown = shortened(c, toUtf8(content), maxWidth);
     const double width = widthOf(c, shown);
     const double shift = align == Align::kLeft ? 0.0 : align == Align::kRight ? 1.0 : 0.5;
-    setColour(c, kInk);
     cairo_move_to(c, x - shift * width, y);
     cairo_show_text(c, shown.c_str());
     return width;
 }
 
-void Picture::band(std::span<const double> x, std::span<const double> upper, std::span<const double> lower)
+void Picture::fill(const Area& area, const std::function<Colour(int, int)>& colourAt)
 {
-    cairo_t* const c = context.get();
-    cairo_new_path(c);
-    for (std::size_t i = 0; i < x.size(); ++i)
-        cairo_line_to(c, x[i], upper[i]);
-    for (std::size_t i = x.size(); i > 0; --i)
-        cairo_line_to(c, x[i - 1], lower[i - 1]);
-    cairo_close_path(c);
-    setColour(c, kWaveform);
-    cairo_fill_preserve(c);
-    cairo_stroke(c);
-}
-
-void Picture::image(const Area& area, const Area& cells, int width, int height,
-                    const std::function<Colour(int, int)>& colourAt)
-{
-    cairo_surface_t* const pixels = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-    unsigned char* const rows = cairo_image_surface_get_data(pixels);
-    const std::ptrdiff_t rowBytes = cairo_image_surface_get_stride(pixels);
     const auto byteOf = [](double share) { return static_cast<std::uint32_t>(std::lround(255.0 * share)); };
-    for (int row = 0; row < height; ++row) {
-        auto* const line = reinterpret_cast<std::uint32_t*>(rows + row * rowBytes);
-        for (int column = 0; column < width; ++column) {
+    cairo_surface_flush(surface.get());
+    unsigned char* const pixels = cairo_image_surface_get_data(surface.get());
+    const std::ptrdiff_t rowBytes = cairo_image_surface_get_stride(surface.get());
+    for (int row = 0; row < area.height; ++row) {
+        auto* const line = reinterpret_cast<std::uint32_t*>(pixels + (area.y + row) * rowBytes) + area.x;
+        for (int column = 0; column < area.width; ++column) {
             const Colour colour = colourAt(column, row);
             line[column] = byteOf(colour.red) << 16 | byteOf(colour.green) << 8 | byteOf(colour.blue);
         }
     }
-    cairo_surface_mark_dirty(pixels);
-    cairo_t* const c = context.get();
-    cairo_save(c);
-    cairo_rectangle(c, area.x, area.y, area.width, area.height);
-    cairo_clip(c);
-    cairo_translate(c, cells.x, cells.y);
-    cairo_scale(c, cells.width / width, cells.height / height);
-    cairo_set_source_surface(c, pixels, 0.0, 0.0);
-    cairo_pattern_set_extend(cairo_get_source(c), CAIRO_EXTEND_PAD);  // does not fade into the background
-    cairo_paint(c);
-    cairo_restore(c);
-    cairo_surface_destroy(pixels);
+    cairo_surface_mark_dirty(surface.get());
 }
 
 void Picture::line(double x0, double y0, double x1, double y1)
 {
     cairo_t* const c = context.get();
-    setColour(c, kInk);
     cairo_move_to(c, std::floor(x0) + 0.5, std::floor(y0) + 0.5);  // through the centres of pixels: sharp
     cairo_line_to(c, std::floor(x1) + 0.5, std::floor(y1) + 0.5);
     cairo_stroke(c);
@@ -155,12 +121,12 @@ void Picture::line(double x0, double y0, double x1, double y1)
 
 void Picture::verticalAxis(const Area& area, const Axis& axis, bool onRight)
 {
-    const double edge = onRight ? area.right() : area.x;
+    const int edge = onRight ? area.right() : area.x;
     const double outward = onRight ? 1.0 : -1.0;
-    for (const double value : axis.ticks(static_cast<int>(area.height / 26.0))) {
+    for (const double value : axis.ticks(area.height / 26)) {
         const double y = axis.position(value, area.bottom(), -area.height);
         line(edge, y, edge + outward * kTick, y);
-        text(edge + outward * (kTick + 4.0), y + 4.0, fmt::format("{:g}", value), kSmall,
+        text(edge + outward * (kTick + 4.0), y + 4.0, fmt::format("{:g}", value + 0.0), kSmall,
              onRight ? Align::kLeft : Align::kRight);
     }
     cairo_t* const c = context.get();
@@ -181,7 +147,7 @@ void Picture::frame(const Area& area, const Axis& horizontal, const Axis& vertic
         const double x = horizontal.position(value, area.x, area.width);
         line(x, area.bottom(), x, area.bottom() + kTick);
         if (numbersBelow)
-            text(x, area.bottom() + kTick + 14.0, fmt::format("{:g}", value), kSmall, Align::kCentre);
+            text(x, area.bottom() + kTick + 14.0, fmt::format("{:g}", value + 0.0), kSmall, Align::kCentre);
     }
     if (numbersBelow)
         text(area.x + area.width / 2.0, area.bottom() + 38.0, horizontal.label, kSmall, Align::kCentre);
@@ -190,8 +156,7 @@ void Picture::frame(const Area& area, const Axis& horizontal, const Axis& vertic
 
 void Picture::colourBar(const Area& area, const Axis& axis)
 {
-    constexpr int kSteps = 256;
-    image(area, area, 1, kSteps, [](int, int row) { return heatColour(1.0 - row / (kSteps - 1.0)); });
+    fill(area, [&](int, int row) { return heatColour(1.0 - row / (area.height - 1.0)); });
     verticalAxis(area, axis, true);
 }
 

@@ -4,15 +4,14 @@
 
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
 // A rectangle of a picture, in pixels.
 struct Area {
-    double x, y, width, height;
-    double right() const { return x + width; }
-    double bottom() const { return y + height; }
+    int x, y, width, height;
+    int right() const { return x + width; }
+    int bottom() const { return y + height; }
 };
 
 struct Colour {
@@ -45,12 +44,8 @@ public:
     // Text of any encoding, shortened at its end to the width. Returns its width in pixels.
     double text(double x, double y, const std::string& content, double size, Align align = Align::kLeft,
                 double maxWidth = 1e9);
-    // A filled band between two edges: y of both, by x.
-    void band(std::span<const double> x, std::span<const double> upper, std::span<const double> lower);
-    // width by height cells in the colours that colourAt(column, row) gives, over cells, of which only the part
-    // in area is shown.
-    void image(const Area& area, const Area& cells, int width, int height,
-               const std::function<Colour(int, int)>& colourAt);
+    // Fills every pixel with the colour that colourAt(column, row) returns, counted from the upper left corner.
+    void fill(const Area& area, const std::function<Colour(int, int)>& colourAt);
     // A frame with ticks, numbers and labels at the bottom and on the left.
     void frame(const Area& area, const Axis& horizontal, const Axis& vertical, bool numbersBelow);
     // The colours from the axis' low end to its high end, with numbers and label on the right.

@@ -9,7 +9,6 @@ namespace
 {
 
 constexpr double kWindowSeconds = 0.018;  // at least; up to the next power of two
-constexpr std::size_t kFirstHops = 16;    // to a window, in the finest picture
 constexpr float kSilence = 1e-20F;        // power
 
 std::vector<float> hannWindow(std::size_t length)
@@ -24,14 +23,15 @@ std::vector<float> hannWindow(std::size_t length)
 
 }  // namespace
 
-// The first window's centre is half a hop behind the first sample.
-Spectrogram::Spectrogram(double sampleRate)
-    : rate(sampleRate),
+Spectrogram::Spectrogram(double sampleRate, std::int64_t frames, std::size_t numColumns)
+    : samplesPerColumn(static_cast<double>(frames) / static_cast<double>(numColumns)),
       window(
           hannWindow(std::bit_ceil(static_cast<std::size_t>(std::max(64.0, sampleRate * kWindowSeconds))))),
+      binWidth(sampleRate / static_cast<double>(window.size())),
       transform(kiss_fftr_alloc(static_cast<int>(window.size()), 0, nullptr, nullptr), kiss_fft_free),
-      recent(window.size()), hop(window.size() / kFirstHops), untilNext((window.size() + hop) / 2),
-      windowed(window.size()), spectrum(window.size() / 2 + 1)
+      hop(std::min(window.size() / 2, static_cast<std::size_t>(samplesPerColumn))),
+      untilNext(window.size() / 2), recent(window.size()), windowed(window.size()),
+      spectrum(window.size() / 2 + 1), columns(numColumns, {std::vector<float>(spectrum.size()), 0})
 {
 }
 
@@ -41,8 +41,11 @@ void Spectrogram::add(double sample)
     position = (position + 1) % recent.size();
     if (--untilNext > 0)
         return;
+    const auto column = static_cast<std::size_t>(static_cast<double>(centre) / samplesPerColumn);
+    if (column < columns.size())
+        addSpectrum(columns[column]);
+    centre += static_cast<std::int64_t>(hop);
     untilNext = hop;
-    addSpectrum();
 }
 
 void Spectrogram::finish()
@@ -51,47 +54,25 @@ void Spectrogram::finish()
         add(0.0);
 }
 
-void Spectrogram::addSpectrum()
+void Spectrogram::addSpectrum(Column& column)
 {
     const std::size_t length = window.size();
     for (std::size_t i = 0; i < length; ++i)
         windowed[i] = window[i] * recent[(position + i) % length];
     kiss_fftr(transform.get(), windowed.data(), spectrum.data());
-
-    if (all.empty() || all.back().windows == windowsPerColumn)
-        all.push_back({std::vector<float>(spectrum.size()), 0});
     // A full-scale sine has the magnitude length / 4 under this window.
     const auto scale = static_cast<float>(16.0 / (static_cast<double>(length) * static_cast<double>(length)));
-    Column& last = all.back();
     for (std::size_t bin = 0; bin < spectrum.size(); ++bin)
-        last.power[bin] += scale * (spectrum[bin].r * spectrum[bin].r + spectrum[bin].i * spectrum[bin].i);
-    ++last.windows;
-    if (all.size() == kMaxColumns && last.windows == windowsPerColumn)
-        mergeColumns();
+        column.power[bin] += scale * (spectrum[bin].r * spectrum[bin].r + spectrum[bin].i * spectrum[bin].i);
+    ++column.windows;
 }
 
-void Spectrogram::mergeColumns()
+double Spectrogram::level(std::size_t index, double frequency) const
 {
-    const bool movesApart = hop < window.size() / 2;
-    for (std::size_t i = 0; i < kMaxColumns / 2; ++i) {
-        Column& first = all[2 * i];
-        const Column& second = all[2 * i + 1];
-        std::ranges::transform(first.power, second.power, first.power.begin(),
-                               [=](float a, float b) { return movesApart ? (a + b) / 2.0F : a + b; });
-        first.windows = movesApart ? 1 : first.windows + second.windows;
-        std::swap(all[i], first);
-    }
-    all.resize(kMaxColumns / 2);
-    if (movesApart) {
-        untilNext += hop / 2;  // the centre of the next, longer column
-        hop *= 2;
-    } else {
-        windowsPerColumn *= 2;
-    }
-}
-
-double Spectrogram::level(std::size_t column, std::size_t bin) const
-{
-    const Column& source = all[column];
-    return 10.0 * std::log10(std::max(kSilence, source.power[bin] / static_cast<float>(source.windows)));
+    const Column& column = columns[index];
+    const auto bin = std::min(static_cast<std::size_t>(frequency / binWidth), column.power.size() - 2);
+    const auto share = static_cast<float>(frequency / binWidth - static_cast<double>(bin));
+    const float power = std::lerp(column.power[bin], column.power[bin + 1], share);
+    return 10.0 * std::log10(std::max(kSilence,
+                                      power / static_cast<float>(std::max<std::size_t>(1, column.windows))));
 }

@@ -3,34 +3,25 @@
 #include <kiss_fftr.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
 // The levels of a signal over time and frequency, for a picture: short-time power spectra under a Hann window of 18
-// to 36 ms, 23 ms at 44.1 kHz. A column holds the mean of the windows whose centres lie in its time. A signal of any
-// length gives at most kMaxColumns columns: if there are more, each pair becomes one, and the windows move apart,
-// up to half their length.
+// to 36 ms, 23 ms at 44.1 kHz. A column holds the mean of the windows whose centres lie in its time; they are half
+// a window apart, or closer if a column is shorter.
 // Source: J. O. Smith, "Spectral Audio Signal Processing" (spectrograms).
 class Spectrogram
 {
 public:
-    static constexpr std::size_t kMaxColumns = 2048;
-
-    // sampleRate: Hz.
-    explicit Spectrogram(double sampleRate);
+    // sampleRate: Hz. frames: the length of the signal, at least one sample to a column.
+    Spectrogram(double sampleRate, std::int64_t frames, std::size_t columns);
 
     void add(double sample);
-    void finish();  // call once, behind the last sample
+    void finish();  // call once, after the last sample
 
-    std::size_t columns() const { return all.size(); }
-    std::size_t samplesPerColumn() const
-    {
-        return hop * windowsPerColumn;
-    }  // column i begins at i times this
-    double binWidth() const { return rate / static_cast<double>(window.size()); }  // Hz
-
-    // In dB, 0 for a full-scale sine; bin 0 is DC.
-    double level(std::size_t column, std::size_t bin) const;
+    // In dB, 0 for a full-scale sine, interpolated between the bins. frequency: 0 Hz to half the sample rate.
+    double level(std::size_t column, double frequency) const;
 
 private:
     struct Column {
@@ -38,18 +29,18 @@ private:
         std::size_t windows = 0;
     };
 
-    void addSpectrum();
-    void mergeColumns();
+    void addSpectrum(Column& column);
 
-    double rate;  // Hz
+    double samplesPerColumn;
     std::vector<float> window;
+    double binWidth;  // Hz
     std::unique_ptr<kiss_fftr_state, void (*)(void*)> transform;
+    std::size_t hop;            // samples from window to window
+    std::int64_t centre = 0;    // of the next window, in samples
+    std::size_t untilNext;      // samples to the end of the next window
     std::vector<float> recent;  // circular, as long as the window
     std::size_t position = 0;   // of the oldest sample in recent
-    std::size_t hop;            // samples from window to window
-    std::size_t untilNext;      // samples to the end of the next window
-    std::size_t windowsPerColumn = 1;
-    std::vector<Column> all;
     std::vector<float> windowed;
     std::vector<kiss_fft_cpx> spectrum;
+    std::vector<Column> columns;
 };
