@@ -8,7 +8,7 @@
 namespace
 {
 
-using BroadcastExtension = SF_BROADCAST_INFO_VAR(1 << 14);  // with room for a long coding history
+using BroadcastExtension = SF_BROADCAST_INFO_VAR(1 << 13);  // with room for a long coding history
 
 // Reads one item from a sound with libsndfile's command; returns false if it has none.
 template <typename Item>
