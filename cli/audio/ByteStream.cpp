@@ -105,6 +105,8 @@ void ByteStream::fillHead(std::size_t size)
 
 std::size_t ByteStream::read(char* bytes, std::size_t count)
 {
+    if (opening && position > head.size())
+        return 0;  // behind the audio, for which a live pipe would have to end first
     std::size_t done = 0;
     if (position < kHeadBytes) {
         fillHead(position + count);

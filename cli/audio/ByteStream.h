@@ -7,8 +7,8 @@
 
 // The bytes of an audio file or pipe, read once from front to back, as input of libsndfile.
 //
-// After it has recognised a format, libsndfile goes back to the beginning, and it skips the audio to look for
-// chunks behind it. So the first kHeadBytes are kept, and after a longer skip the stream seems to end. Its
+// After it has recognised a format, libsndfile goes back to the beginning; so the first kHeadBytes are kept. Then it
+// skips the audio to look for chunks behind it; there the stream seems to end, so that live audio starts at once. The
 // length is reported as endless, which makes libsndfile believe the length of the audio in the header.
 class ByteStream
 {

@@ -34,7 +34,8 @@ TEST_F(Plot, ShowsLevelsAtTheirTimesAndFrequencies)
         return sum / (3.0 * 255.0);
     };
     for (const auto& [x, y, low, high] : {std::tuple(400, 424, 0.0, 0.1),
-                                          {580, 424, 0.0, 0.5}, {586, 424, 0.6, 0.75},
+                                          {580, 424, 0.0, 0.5},
+                                          {586, 424, 0.6, 0.75},
                                           {590, 424, 0.6, 1.0},
                                           {1090, 424, 0.8, 1.0},
                                           {900, 416, 0.0, 0.4},

@@ -176,7 +176,8 @@ TEST_F(Preset, ListsWhatTheProgramAndThePlugInBring)
 
 TEST_F(Preset, CompletionKnowsAllOptionsAndWhereFilesGo)
 {
-    ASSERT_EQ(shell("for c in render plot 'preset write' info; do $W $c --help; done | grep -o -e '--[a-z-]*'"), 0);
+    ASSERT_EQ(
+        shell("for c in render plot 'preset write' info; do $W $c --help; done | grep -o -e '--[a-z-]*'"), 0);
     const std::string completion = contentOf(WAIL_FOLDER "/wail.bash");
     std::istringstream options(contentOf("out"));
     for (std::string option; options >> option;)

@@ -212,6 +212,11 @@ TEST_F(Render, ReadsAndWritesPipes)
         EXPECT_EQ(read("piped.wav"), twice) << pipe;
     }
 
+    ASSERT_EQ(shell("exec 4< <((head -c 50000 in.wav; sleep 3) | $W render -q -); timeout 2 head -c 20000 "
+                    "<&4 | wc -c"),
+              0);
+    EXPECT_EQ(contentOf("out"), "20000\n") << "live audio waits for the end";
+
     // A header that does not tell the length, or one that promises more than the pipe holds.
     const std::string whole = contentOf("in.wav");
     const auto withSizes = [&](const std::string& riff, const std::string& data) {
@@ -233,7 +238,8 @@ TEST_F(Render, ReadsAndWritesPipes)
     const std::string cases[] = {"in.wav", "in.adpcm", "once.flac"};
     for (const std::string& file : cases) {
         const std::size_t expected = read(file.c_str()).size() / 2;
-        ASSERT_EQ(shell("head -c $(($(stat -c %s " + file + ") / 2)) " + file + " | $W render - -o out.wav --gain -20"),
+        ASSERT_EQ(shell("head -c $(($(stat -c %s " + file + ") / 2)) " + file +
+                        " | $W render - -o out.wav --gain -20"),
                   0);
         EXPECT_EQ(contentOf("err"), "warning: standard input ends before the length in its header\n");
         EXPECT_NEAR(static_cast<double>(read("out.wav").size()), static_cast<double>(expected), 4200.0)
