@@ -137,29 +137,7 @@ TEST_F(Preset, DamagedAndForeignFilesAreRefused)
 TEST_F(Preset, MistakesInAutomationAreNamed)
 {
     write("in.wav", noise(100), 1, k16Bits);
-    for (const auto& [json, message] :
-         {std::pair("", "it is empty"),
-          {"{", "it is not valid JSON at byte"},
-          {"[1]", "not a JSON object"},
-          {R"({"sence": 1})", "no parameter 'sence'; there are on-off, sense"},
-          {R"({"reso": 1, "reso": 0.5})", "'reso' is there twice"},
-          {R"({"reso": 1, "Reso": 0.5})", "in different spellings"},
-          {R"({"reso": {"1": 1, "1": 0}})", "'1' is there twice"},
-          {R"({"reso": {"1s": 1, "44100": 0}})", "two keyframes at the same time"},
-          {R"({"reso": {"-1s": 1}})", "'-1s' is not a time"},
-          {R"({"reso": {"1m": 1}})", "'1m' is not a time"},
-          {R"({"reso": {}})", "no keyframes"},
-          {R"({"reso": 1.5})", "'reso': '1.5' is not a number from 0 to 1"},
-          {R"({"reso": -0.5})", "'-0.5' is not a number"},
-          {R"({"reso": true})", "'true' is not a number"},
-          {R"({"reso": 1e999})", "moves.json: it holds a number that is out of range"},
-          {R"({"invert": 0.5})", "'0.5' is neither on nor off"}}) {
-        std::ofstream("moves.json") << json;
-        expectFailure(1, "$W render in.wav -o out.wav --automation moves.json", message);
-    }
-    std::ofstream("moves.json") << R"({"reso": {"50%": 1}})";
-    expectFailure(1, "$W render -q in.wav --gain -20 -o - | $W render - -o out.wav --automation moves.json",
-                  "needs the length of the input");
+    expectFailures("automation-failures.txt");
 }
 
 TEST_F(Preset, ListsWhatTheProgramAndThePlugInBring)

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -48,11 +47,6 @@ protected:
         std::ifstream stream(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
-    static bool matches(const std::string& file, const std::string& pattern)
-    {
-        return std::regex_match(contentOf(file), std::regex(pattern));
-    }
-
     // One line on standard error, which contains the message; what stood in out.wav is still there, and nothing is
     // half-written.
     static void expectFailure(int status, const std::string& command, const std::string& message)
@@ -65,6 +59,15 @@ protected:
         EXPECT_NE(error.find(message), std::string::npos) << error;
         EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1) << error;
         expectOutputUntouched();
+    }
+    // The failures in a table of this folder, whose rows are "status | command | message".
+    static void expectFailures(const std::string& table)
+    {
+        std::ifstream rows(WAIL_TESTS "/" + table);
+        for (std::string row; std::getline(rows, row);) {
+            const std::size_t command = row.find(" | ") + 3, message = row.rfind(" | ") + 3;
+            expectFailure(std::stoi(row), row.substr(command, message - 3 - command), row.substr(message));
+        }
     }
     static void expectOutputUntouched()
     {

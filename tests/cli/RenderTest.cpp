@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <limits>
+#include <ranges>
 
 namespace
 {
@@ -70,41 +71,32 @@ TEST_F(Render, GivesEveryChannelAnInstanceWhoseParametersMoveWithTheBlocks)
 
 TEST_F(Render, WritesTheFormatOfTheInputUnlessToldOtherwise)
 {
-    const auto flac24 = SF_FORMAT_FLAC | SF_FORMAT_PCM_24;
-    const struct {
-        const char* input;
-        int inputFormat;
-        const char* options;
-        const char* output;
-        int outputFormat;
-        int bits;
-    } cases[] = {
-        {"in.WAV", k16Bits, "", "in-wail.WAV", k16Bits, 16},
-        {"in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, "", "in-wail.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 24},
-        {"in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, "", "in-wail.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 8},
-        {"in.wav", SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, "", "in-wail.wav", SF_FORMAT_WAVEX | SF_FORMAT_FLOAT,
-         0},
-        {"in.rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_32, "", "in-wail.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_32,
-         32},
-        {"in.aif", SF_ENDIAN_LITTLE | SF_FORMAT_AIFF | SF_FORMAT_PCM_16, "", "in-wail.aif",
-         SF_ENDIAN_LITTLE | SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 16},
-        {"in.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, "-o out.flac", "out.flac", flac24, 24},
-        {"in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32, "-o out.flac", "out.flac", flac24, 24},
-        {"in.wav", kDouble, "--format pcm24 -o out.wav", "out.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 24},
-        {"in.wav", k16Bits, "--format AIFF/pcm8", "in-wail.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_S8, 8},
-        {"in.wav", kDouble, "--format caf/float", "in-wail.caf", SF_FORMAT_CAF | SF_FORMAT_FLOAT, 0},
-        {"in.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, "-o out.w64", "out.w64",
-         SF_FORMAT_W64 | SF_FORMAT_PCM_16, 16},
-        {"in.au", SF_FORMAT_AU | SF_FORMAT_PCM_24, "", "in-wail.au", SF_FORMAT_AU | SF_FORMAT_PCM_24, 24},
-        {"in.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, "", "in-wail.flac", flac24, 24},
-        {"in.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, "-o out.wav", "out.wav",
-         SF_FORMAT_WAV | SF_FORMAT_PCM_24, 24},
-        {"in.wav", SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, "", "in-wail.flac", flac24, 24},
-    };
-    for (const auto& [input, inputFormat, options, output, outputFormat, bits] : cases) {
+    constexpr int wav = SF_FORMAT_WAV, aiff = SF_FORMAT_AIFF, p16 = SF_FORMAT_PCM_16, p32 = SF_FORMAT_PCM_32,
+                  f32 = SF_FORMAT_FLOAT, flac24 = SF_FORMAT_FLAC | SF_FORMAT_PCM_24,
+                  wav24 = wav | SF_FORMAT_PCM_24, ogg = SF_FORMAT_OGG | SF_FORMAT_VORBIS,
+                  little = SF_ENDIAN_LITTLE | aiff | p16;
+    // clang-format off
+    for (const auto& [input, inputFormat, options, output, outputFormat, bits] : {
+             std::tuple("in.WAV", wav | p16, "", "in-wail.WAV", wav | p16, 16),
+             {"in.wav", wav24, "", "in-wail.wav", wav24, 24},
+             {"in.wav", wav | SF_FORMAT_PCM_U8, "", "in-wail.wav", wav | SF_FORMAT_PCM_U8, 8},
+             {"in.wav", SF_FORMAT_WAVEX | f32, "", "in-wail.wav", SF_FORMAT_WAVEX | f32, 0},
+             {"in.rf64", SF_FORMAT_RF64 | p32, "", "in-wail.wav", SF_FORMAT_WAVEX | p32, 32},
+             {"in.aif", little, "", "in-wail.aif", little, 16},
+             {"in.wav", wav | f32, "-o out.flac", "out.flac", flac24, 24},
+             {"in.wav", wav | p32, "-o out.flac", "out.flac", flac24, 24},
+             {"in.wav", kDouble, "--format pcm24 -o out.wav", "out.wav", wav24, 24},
+             {"in.wav", wav | p16, "--format AIFF/pcm8", "in-wail.aiff", aiff | SF_FORMAT_PCM_S8, 8},
+             {"in.wav", kDouble, "--format caf/float", "in-wail.caf", SF_FORMAT_CAF | f32, 0},
+             {"in.flac", SF_FORMAT_FLAC | p16, "-o out.w64", "out.w64", SF_FORMAT_W64 | p16, 16},
+             {"in.au", SF_FORMAT_AU | p16, "", "in-wail.au", SF_FORMAT_AU | p16, 16},
+             {"in.ogg", ogg, "", "in-wail.flac", flac24, 24},
+             {"in.ogg", ogg, "-o out.wav", "out.wav", wav24, 24},
+             {"in.wav", wav | SF_FORMAT_IMA_ADPCM, "", "in-wail.flac", flac24, 24}}) {
+        // clang-format on
         SCOPED_TRACE(std::string(input) + " " + options + " " + output);
         // Beyond full scale, which floating point keeps and integers do not.
-        const bool isFloat = inputFormat == kDouble || (inputFormat & SF_FORMAT_SUBMASK) == SF_FORMAT_FLOAT;
+        const bool isFloat = inputFormat == kDouble || (inputFormat & SF_FORMAT_SUBMASK) == f32;
         write(input, noise(4000, isFloat ? 1.5 : 0.9), 2, inputFormat);
         ASSERT_EQ(run(std::string("render --on-off off ") + input + " " + options), 0) << contentOf("err");
         std::vector<double> expected = rounded(read(input), bits);
@@ -127,14 +119,11 @@ TEST_F(Render, SaturatesIntegersAndNamesOrFindsTheGainThatAvoidsIt)
         std::ranges::count_if(full, [](double x) { return x * 32768.0 > 32767.5 || x * 32768.0 < -32768.5; });
     EXPECT_NE(warning.find("out.flac: " + std::to_string(clipped) + " samples clipped"), std::string::npos)
         << warning;
-    const double peak =
-        20.0 *
-        std::log10(std::fabs(*std::ranges::max_element(full, {}, [](double x) { return std::fabs(x); })));
-    char level[16];
-    std::snprintf(level, sizeof level, "%.1f", peak);
-    EXPECT_TRUE(matches("out", std::string("out\\.flac: 0\\.45 s, 1 channel, 44100 Hz, peak ") + level +
-                                   " dBFS, [0-9]+x real time\n"))
-        << contentOf("out");
+    char summary[99];
+    const auto magnitude = [](double x) { return std::fabs(x); };
+    std::snprintf(summary, sizeof summary, "out.flac: 0.45 s, 1 channel, 44100 Hz, peak %.1f dBFS, ",
+                  20.0 * std::log10(std::ranges::max(full | std::views::transform(magnitude))));
+    EXPECT_EQ(contentOf("out").find(summary), 0u) << contentOf("out");
 
     const std::string gain =
         warning.substr(warning.find("--gain"), warning.find(" would") - warning.find("--gain"));
@@ -142,10 +131,9 @@ TEST_F(Render, SaturatesIntegersAndNamesOrFindsTheGainThatAvoidsIt)
     EXPECT_EQ(contentOf("err"), "");
     EXPECT_GT(std::ranges::max(read("out.flac")), 0.9);
     EXPECT_EQ(run("render in.wav -o auto.flac --gain auto && cmp out.flac auto.flac"), 0) << contentOf("err");
-    EXPECT_TRUE(matches("out", ".*44100 Hz, gain -[0-9.]+ dB, peak -0.[0-9] dBFS.*\n")) << contentOf("out");
+    EXPECT_NE(contentOf("out").find(", gain -"), std::string::npos) << contentOf("out");
     EXPECT_EQ(run("render out.flac -o same.flac --gain auto --on-off off && cmp out.flac same.flac"), 0);
     EXPECT_EQ(contentOf("err"), "");
-    expectFailure(1, "cat in.wav | $W render - -o out.wav --gain auto", "choose a number");
 }
 
 TEST_F(Render, DithersWithTriangularNoiseAndWarnsOfWhatIsNotFinite)
@@ -272,19 +260,15 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
         sound.command(SFC_SET_CHANNEL_MAP_INFO, layout, sizeof layout);
         sound.write(noise(60000, 0.1).data(), 60000);
     }
-    const struct {
-        const char* output;
-        bool text, place, mark, loop, time;
-        const char* lost;
-    } cases[] = {
-        {"out.wav", true, true, true, true, true, ""},
-        {"out.aiff", true, true, true, false, false, "left out the broadcast extension, loops\n"},
-        {"out.caf", true, true, false, false, false, "left out the broadcast extension, cue points, loops\n"},
-        {"out.flac", true, false, false, false, false,
-         "left out the broadcast extension, cue points, loops\n"},
-        {"out.au", false, false, false, false, false,
-         "left out titles, the channel layout, the broadcast extension, cue points, loops\n"}};
-    for (const auto& [output, text, place, mark, loop, time, lost] : cases) {
+    // clang-format off
+    for (const auto& [output, text, place, mark, loop, time, lost] : {
+             std::tuple("out.wav", true, true, true, true, true, ""),
+             {"out.aiff", true, true, true, false, false, "left out the broadcast extension, loops\n"},
+             {"out.caf", true, true, false, false, false, "left out the broadcast extension, cue points, loops\n"},
+             {"out.flac", true, false, false, false, false, "left out the broadcast extension, cue points, loops\n"},
+             {"out.au", false, false, false, false, false,
+              "left out titles, the channel layout, the broadcast extension, cue points, loops\n"}}) {
+        // clang-format on
         SCOPED_TRACE(output);
         ASSERT_EQ(run(std::string("render in.wav --verbose --on-off off -o ") + output), 0)
             << contentOf("err");
@@ -293,17 +277,15 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
             << printed;
         EXPECT_NE(printed.find("blocks of 64, on-off off, sense 0.84"), std::string::npos) << printed;
         SndfileHandle sound(output);
-        const char* const title = sound.getString(SF_STR_TITLE);
-        EXPECT_STREQ(title, text ? "Caf\xc3\xa9" : nullptr);
+        EXPECT_STREQ(sound.getString(SF_STR_TITLE), text ? "Caf\xc3\xa9" : nullptr);
         int found[6] = {};
         sound.command(SFC_GET_CHANNEL_MAP_INFO, found, sizeof found);
         EXPECT_EQ(std::equal(found, found + 6, layout), place);
-        EXPECT_EQ(sound.command(SFC_GET_CUE, &cues, sizeof cues) == SF_TRUE &&
-                      cues.cue_points[0].sample_offset == 100,
-                  mark);
-        EXPECT_EQ(sound.command(SFC_GET_INSTRUMENT, &loops, sizeof loops) == SF_TRUE &&
-                      loops.loops[0].end == 50,
-                  loop);
+        cues.cue_points[0].sample_offset = loops.loops[0].end = 0;
+        sound.command(SFC_GET_CUE, &cues, sizeof cues);
+        EXPECT_EQ(cues.cue_points[0].sample_offset == 100, mark);
+        sound.command(SFC_GET_INSTRUMENT, &loops, sizeof loops);
+        EXPECT_EQ(loops.loops[0].end == 50, loop);
         EXPECT_EQ(sound.command(SFC_GET_BROADCAST_INFO, &broadcast, sizeof broadcast) == SF_TRUE, time);
         EXPECT_EQ(read(output), read("in.wav"));
     }
@@ -334,62 +316,19 @@ TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
     std::ofstream("empty.wav");
     fs::create_directory("folder.wav");
     const std::string original = contentOf("in.wav");
-    const std::pair<const char*, const char*> failures[] = {
-        {"missing.wav -o out.wav", "no such file"},
-        {"text.wav -o out.wav", "Format not recognised"},
-        {"empty.wav -o out.wav", "it is empty"},
-        {"folder.wav -o out.wav", "it is a folder"},
-        {"in.wav -o in.wav", "it is the input"},
-        {"in.wav -o \"./../$(basename \"$PWD\")/in.wav\"", "it is the input"},
-        {"in.wav in.flac --output-dir out --format flac", "two inputs have the same name"},
-        {"in.wav -o nowhere/out.wav", "there is no folder nowhere; make it first"},
-        {"in.wav -o folder.wav", "it is a folder; choose"},
-        {"in.wav -o out.wav --start 1", "it is shorter"},
-        {"in.wav -o out.wav --preset nothing", "wail preset lists"},
-        {"in.wav -o out.wav --bank missing.fxb", "cannot open missing.fxb: no such file"}};
-    for (const auto& [arguments, message] : failures)
-        expectFailure(1, std::string("$W render ") + arguments, message);
-    expectFailure(1, "WAIL_BUNDLE=text.wav $W render in.wav -o out.wav", "cannot load the plug-in");
-    const std::pair<const char*, const char*> misuses[] = {
-        {"", "required"},
-        {"''", "IN is empty"},
-        {"in.wav in.wav -o out.wav", "--output-dir"},
-        {"in.wav -o out.wav --output-dir out", "exclude"},
-        {"- --output-dir out", "standard input"},
-        {"in.wav -o out.unknown", "cannot tell the format of out.unknown"},
-        {"in.wav -o out.mp3", "pipe into an encoder"},
-        {"in.wav --format ogg", "pipe into an encoder"},
-        {"in.wav -o out.wav --format flac", "cannot write out.wav as flac"},
-        {"in.wav -o out.wav --format wave", "wav, flac, aiff, caf, w64 and au"},
-        {"in.wav -o out.wav --sense abc", "--sense: 'abc' is not a number from 0 to 1"},
-        {"in.wav -o out.wav --sense 1.5", "from 0 to 1"},
-        {"in.wav -o out.wav --sense nan", "from 0 to 1"},
-        {"in.wav -o out.wav --sense 0x1", "from 0 to 1"},
-        {"in.wav -o out.wav --sense", "--sense needs a value, 0..1"},
-        {"in.wav -o out.wav --preset ''", "--preset: the value is empty"},
-        {"in.wav -o out.wav --invert maybe", "neither on nor off"},
-        {"in.wav -o out.wav --program 17", "from 1 to 16"},
-        {"in.wav -o out.wav --block 0", "from 1 to"},
-        {"in.wav -o out.wav --block 2.5", "whole number"},
-        {"in.wav -o out.wav --tail -1", "from 0 to 3600"},
-        {"in.wav -o out.wav --gain nan", "auto or a number of dB"},
-        {"in.wav -o out.wav --duration 0", "--duration"},
-        {"in.wav --sens 1", "unknown option --sens; try wail render --help"}};
-    for (const auto& [arguments, message] : misuses)
-        expectFailure(2, std::string("$W render ") + arguments, message);
+    std::ofstream("moves.json") << R"({"reso": {"50%": 1}})";
+    expectFailures("render-failures.txt");
     EXPECT_EQ(contentOf("in.wav"), original);
 
-    const std::pair<const char*, int> formats[] = {{"cut.wav", k16Bits},
-                                                   {"cut.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16},
-                                                   {"cut.au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
-                                                   {"cut.caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16},
-                                                   {"cut.w64", SF_FORMAT_W64 | SF_FORMAT_PCM_16},
-                                                   {"cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16}};
-    for (const auto& [name, format] : formats) {
-        write(name, noise(10000), 1, format);
+    for (const auto& [name, format] : {std::pair("cut.wav", SF_FORMAT_WAV),
+                                       {"cut.aiff", SF_FORMAT_AIFF},
+                                       {"cut.au", SF_FORMAT_AU},
+                                       {"cut.caf", SF_FORMAT_CAF},
+                                       {"cut.w64", SF_FORMAT_W64},
+                                       {"cut.flac", SF_FORMAT_FLAC}}) {
+        write(name, noise(10000), 1, format | SF_FORMAT_PCM_16);
         fs::resize_file(name, fs::file_size(name) / 2);
-        expectFailure(1, std::string("$W render ") + name + " -o out.wav",
-                      "ends before the length in its header");
+        expectFailure(1, std::string("$W render -o out.wav ") + name, "ends before the length in its header");
     }
 }
 
