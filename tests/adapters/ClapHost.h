@@ -92,8 +92,9 @@ public:
     {
         std::string bytes;
         const clap::OutputStream stream{&bytes, [](auto* s, const void* from, std::uint64_t size) {
-                                            const std::string taken(static_cast<const char*>(from),
-                                                                    size < 23 ? size : 23);
+                                            const std::string taken(
+                                                static_cast<const char*>(from),
+                                                static_cast<std::size_t>(size < 23 ? size : 23));
                                             static_cast<std::string*>(s->context)->append(taken);
                                             return static_cast<std::int64_t>(taken.size());
                                         }};
@@ -104,7 +105,8 @@ public:
         const clap::InputStream stream{&bytes, [](auto* s, void* to, std::uint64_t size) {
                                            auto& left = *static_cast<std::string*>(s->context);
                                            const auto given =
-                                               left.copy(static_cast<char*>(to), size < 17 ? size : 17);
+                                               left.copy(static_cast<char*>(to),
+                                                         static_cast<std::size_t>(size < 17 ? size : 17));
                                            left.erase(0, given);
                                            return static_cast<std::int64_t>(given);
                                        }};
