@@ -6,8 +6,8 @@
 //     program: 'CcnK' size 'FxCk' format id version numParams name[28] value[numParams]
 //     bank:    'CcnK' size 'FxBk' format id version numPrograms reserved[128] program[numPrograms]
 //
-// size counts the bytes that follow it; values are 32-bit floats, normalised to 0 .. 1. A program that is read
-// and written again keeps every byte.
+// size counts the bytes that follow it; values are 32-bit floats, normalised to 0 .. 1. A program that is
+// read and written again keeps every byte.
 
 #include <array>
 #include <cstdint>
@@ -51,12 +51,13 @@ struct BankFile {
     std::array<char, 128> reserved = {};
     std::vector<ProgramFile> programs;
 
-    // The index of the program in use, which format 2 keeps in the reserved bytes; 0 if there is no such program.
+    // The index of the program in use, which format 2 keeps in the reserved bytes; 0 if there is no such
+    // program.
     std::size_t currentProgram() const;
 };
 
-// Throw ProgramFileError if the bytes are not such a file, hold an opaque chunk, are for another plug-in, are too
-// few or too many, or contain counts or values that the plug-in cannot take.
+// Throw ProgramFileError if the bytes are not such a file, hold an opaque chunk, are for another plug-in, are
+// too few or too many, or contain counts or values that the plug-in cannot take.
 ProgramFile parseProgramFile(std::span<const char> bytes, const ProgramFileOwner& owner);
 BankFile parseBankFile(std::span<const char> bytes, const ProgramFileOwner& owner);
 

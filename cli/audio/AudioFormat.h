@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-// Containers and sample types as libsndfile numbers them, with the names that the command line uses. Inputs may
-// have any that libsndfile reads; outputs are lossless.
+// Containers and sample types as libsndfile numbers them, with the names that the command line uses. Inputs
+// may have any that libsndfile reads; outputs are lossless.
 
 struct AudioFormat {
     int container = 0;  // SF_FORMAT_WAV and the like; 0: not chosen

@@ -24,7 +24,7 @@ constexpr std::int64_t kUnknownBytes = 0x7ffe0000;
 constexpr std::int64_t kUnknownFlacFrames = (1LL << 36) - 1;
 
 // Ogg codecs keep surround channels in an order of their own; these restore that of WAV and FLAC.
-// Source: Vorbis I specification, section 4.3.9; RFC 7845, section 5.1.1.2; RFC 9639, section 9.1.3.
+// Source: Vorbis I, section 4.3.9; RFC 7845, section 5.1.1.2; RFC 9639, section 9.1.3.
 const std::array<std::vector<std::size_t>, 9> kOggOrders{{{},
                                                           {},
                                                           {},
@@ -44,7 +44,8 @@ std::optional<std::int64_t> framesInHeader(const SF_INFO& info)
     return info.frames > 0 && info.frames < unknown ? std::optional<std::int64_t>(info.frames) : std::nullopt;
 }
 
-// libsndfile corrects the length of W64 audio silently. The header has the length of the whole file, in bytes.
+// libsndfile corrects the length of W64 audio silently. The header has the length of the whole file, in
+// bytes.
 bool isShortW64(int descriptor, off_t fileSize)
 {
     constexpr off_t kSizeField = 16;
@@ -100,7 +101,8 @@ bool AudioInput::openStream()
     return true;
 }
 
-// libsndfile shortens the length in the header to what the file holds; read as a stream, it tells the header's.
+// libsndfile shortens the length in the header to what the file holds; read as a stream, it tells the
+// header's.
 void AudioInput::openFile()
 {
     const bool isStreamable = openStream();

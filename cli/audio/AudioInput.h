@@ -15,8 +15,8 @@
 
 using SoundFile = std::unique_ptr<SNDFILE, decltype(&sf_close)>;
 
-// Audio to read, front to back, in any format that libsndfile reads: a file, or "-" for standard input. WAV, AU
-// and FLAC are read from a pipe as they arrive; what cannot be is first stored in an unnamed file.
+// Audio to read, front to back, in any format that libsndfile reads: a file, or "-" for standard input. WAV,
+// AU and FLAC are read from a pipe as they arrive; what cannot be is first stored in an unnamed file.
 //
 // A file that ends before the length in its header is an error. A pipe that does is read as far as it goes.
 class AudioInput

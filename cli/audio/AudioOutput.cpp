@@ -144,7 +144,8 @@ void AudioOutput::writeIntegers(std::span<const double> samples)
 }
 
 // Triangular noise between -1 and 1 steps makes the error of the rounding independent of the signal.
-// Source: S. P. Lipshitz, R. A. Wannamaker, J. Vanderkooy, "Quantization and Dither: A Theoretical Survey" (1992).
+// Source: S. P. Lipshitz, R. A. Wannamaker, J. Vanderkooy, "Quantization and Dither: A Theoretical Survey"
+// (1992).
 void AudioOutput::addDither(std::span<double> samples, double step)
 {
     const auto uniform = [this] { return static_cast<double>(random()) * 0x1p-32; };

@@ -25,7 +25,8 @@ public:
     // Throws Error if it cannot be written.
     AudioOutput(const std::filesystem::path& path, const AudioInput& input, const OutputSettings& settings);
 
-    // Writes interleaved samples, full scale at 1.0. Integer types round to nearest and saturate. Throws Error.
+    // Writes interleaved samples, full scale at 1.0. Integer types round to nearest and saturate. Throws
+    // Error.
     void write(std::span<const double> samples);
 
     // Completes the file. Throws Error.

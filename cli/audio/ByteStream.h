@@ -7,9 +7,10 @@
 
 // The bytes of an audio file or pipe, read once from front to back, as input of libsndfile.
 //
-// After it has recognised a format, libsndfile goes back to the beginning; so the first kHeadBytes are kept. Then it
-// skips the audio to look for chunks behind it; there the stream seems to end, so that live audio starts at once. The
-// length is reported as endless, which makes libsndfile believe the length of the audio in the header.
+// After it has recognised a format, libsndfile goes back to the beginning; so the first kHeadBytes are kept.
+// Then it skips the audio to look for chunks behind it; there the stream seems to end, so that live audio
+// starts at once. The length is reported as endless, which makes libsndfile believe the length of the audio
+// in the header.
 class ByteStream
 {
 public:
@@ -17,8 +18,8 @@ public:
     ByteStream(const ByteStream&) = delete;
     ByteStream& operator=(const ByteStream&) = delete;
 
-    // Opens the stream with libsndfile; returns null if it cannot be read from its first kHeadBytes. After that
-    // seek(0) still gets every byte.
+    // Opens the stream with libsndfile; returns null if it cannot be read from its first kHeadBytes. After
+    // that seek(0) still gets every byte.
     SNDFILE* open(SF_INFO* info);
 
     // Reads count bytes, fewer only at the end of the stream. Returns how many.

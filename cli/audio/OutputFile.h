@@ -12,9 +12,10 @@ class ClosedPipe : public std::exception
 {
 };
 
-// A file to write, at most one at a time. The bytes go to a temporary file in the same folder; commit() renames it.
-// Without commit(), also if a signal ends the program, nothing of it remains, and a file that existed before is
-// unchanged. "-" is standard output, which like an existing pipe or device is written directly.
+// A file to write, at most one at a time. The bytes go to a temporary file in the same folder; commit()
+// renames it. Without commit(), also if a signal ends the program, nothing of it remains, and a file that
+// existed before is unchanged. "-" is standard output, which like an existing pipe or device is written
+// directly.
 class OutputFile
 {
 public:
@@ -27,8 +28,8 @@ public:
     // True if bytes once written cannot be changed.
     bool isStream() const { return !seekable; }
 
-    // Writes at the position and advances it. Returns false after the first error, which check() reports. A stream
-    // ignores what would change earlier bytes.
+    // Writes at the position and advances it. Returns false after the first error, which check() reports. A
+    // stream ignores what would change earlier bytes.
     bool write(std::span<const char> bytes) noexcept;
     void seek(off_t newPosition) noexcept { position = newPosition; }
     off_t tell() const { return position; }  // bytes from the beginning
@@ -60,6 +61,7 @@ private:
 // True for "-" and for anything that exists and is not a regular file, such as a pipe.
 bool isStream(const std::filesystem::path& file);
 
-// Call once, early: signals that end the program (interrupt, terminate, hang up, quit) then remove a temporary file
-// first, unless the caller has them ignored, as nohup does. SIGPIPE and SIGXFSZ become ordinary write errors.
+// Call once, early: signals that end the program (interrupt, terminate, hang up, quit) then remove a
+// temporary file first, unless the caller has them ignored, as nohup does. SIGPIPE and SIGXFSZ become
+// ordinary write errors.
 void guardOutputFiles();

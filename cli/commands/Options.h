@@ -11,14 +11,15 @@
 #include <optional>
 #include <string>
 
-// The options that commands share. Values are not empty, numbers are decimal, and of a repeated option the last one
-// counts.
+// The options that commands share. Values are not empty, numbers are decimal, and of a repeated option the
+// last one counts.
 
 // An option whose value parse() stores; its Errors become those of the command line.
 CLI::Option* addOption(CLI::App& command, const std::string& name, const std::string& type,
                        const std::string& help, std::function<void(const std::string&)> parse);
 
-// A number from low to high. kind: what it should be, for the message, such as "a time in seconds". Throw Error.
+// A number from low to high. kind: what it should be, for the message, such as "a time in seconds". Throw
+// Error.
 int parseInteger(const std::string& text, int low, int high);
 double parseReal(const std::string& text, double low, double high, const std::string& kind);
 

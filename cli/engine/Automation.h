@@ -13,8 +13,9 @@
 //     {"reso": 0.9, "range": {"0s": 0.2, "50%": 1, "96000": 0}, "invert": {"0s": "off", "1.5s": "on"}}
 //
 // Each name has a value, or keyframes: values by their times, in seconds ("1.5s"), in percent of the input's
-// length ("50%") or in samples ("96000"). Before the first keyframe its value holds, after the last one the last
-// one's; between two, values are interpolated linearly, but switches keep theirs until the next keyframe.
+// length ("50%") or in samples ("96000"). Before the first keyframe its value holds, after the last one the
+// last one's; between two, values are interpolated linearly, but switches keep theirs until the next
+// keyframe.
 class Automation
 {
 public:

@@ -12,8 +12,8 @@
 class Bundle
 {
 public:
-    // Loads the file that the environment variable WAIL_BUNDLE names, or else the bundle beside this program or
-    // where it is installed. Throws Error.
+    // Loads the file that the environment variable WAIL_BUNDLE names, or else the bundle beside this program
+    // or where it is installed. Throws Error.
     Bundle();
 
     const std::filesystem::path& file() const { return path; }
@@ -36,9 +36,9 @@ public:
     HostedEffect& operator=(const HostedEffect&) = delete;
     ~HostedEffect();
 
-    // Makes the effect ready to process, at the parameter values set so far: the first block does not glide to
-    // them. sampleRate: Hz. blockSize: frames of the longest block to come. Throws Error if the effect does not
-    // take the rate.
+    // Makes the effect ready to process, at the parameter values set so far: the first block does not glide
+    // to them. sampleRate: Hz. blockSize: frames of the longest block to come. Throws Error if the effect
+    // does not take the rate.
     void start(double sampleRate, VstInt32 blockSize);
 
     // Processes samples in place.

@@ -15,8 +15,8 @@ struct RenderSettings {
     ProgramFile program;  // the values at the start
     std::optional<Automation> automation;
 
-    // Frames, 1 or more. A change of Invert moves the sweep at the start of the next block, which in long blocks
-    // falls into the audible part of the fade-in.
+    // Frames, 1 or more. A change of Invert moves the sweep at the start of the next block, which in long
+    // blocks falls into the audible part of the fade-in.
     VstInt32 blockSize = 64;
 
     double startSeconds = 0.0;                // of the input, left out; automation keeps the input's times
@@ -41,8 +41,8 @@ struct RenderResult {
 // Frames in a time, to the nearest.
 std::int64_t framesIn(double seconds, double sampleRate);
 
-// Renders the input, each channel with an instance of its own, in constant memory. settings: with a gain. Throws
-// Error.
+// Renders the input, each channel with an instance of its own, in constant memory. settings: with a gain.
+// Throws Error.
 RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
                     const RenderTaps& taps);
 

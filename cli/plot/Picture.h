@@ -44,7 +44,8 @@ public:
     // Text of any encoding, shortened at its end to the width. Returns its width in pixels.
     double text(double x, double y, const std::string& content, double size, Align align = Align::kLeft,
                 double maxWidth = 1e9);
-    // Fills every pixel with the colour that colourAt(column, row) returns, counted from the upper left corner.
+    // Fills every pixel with the colour that colourAt(column, row) returns, counted from the upper left
+    // corner.
     void fill(const Area& area, const std::function<Colour(int, int)>& colourAt);
     // A frame with ticks, numbers and labels at the bottom and on the left.
     void frame(const Area& area, const Axis& horizontal, const Axis& vertical, bool numbersBelow);

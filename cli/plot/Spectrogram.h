@@ -7,9 +7,9 @@
 #include <memory>
 #include <vector>
 
-// The levels of a signal over time and frequency, for a picture: short-time power spectra under a Hann window of 18
-// to 36 ms, 23 ms at 44.1 kHz. A column holds the mean of the windows whose centres lie in its time; they are half
-// a window apart, or closer if a column is shorter.
+// The levels of a signal over time and frequency, for a picture: short-time power spectra under a Hann window
+// of 18 to 36 ms, 23 ms at 44.1 kHz. A column holds the mean of the windows whose centres lie in its time;
+// they are half a window apart, or closer if a column is shorter.
 // Source: J. O. Smith, "Spectral Audio Signal Processing" (spectrograms).
 class Spectrogram
 {

@@ -23,8 +23,8 @@ TEST_F(Plot, ShowsLevelsAtTheirTimesAndFrequencies)
         << contentOf("err");
     EXPECT_EQ(contentOf("out"), "silence.PNG: channel 1 of 2, 44100 Hz, output silent\n"
                                 "picture.png: channel 2 of 2, 44100 Hz, output peak -6.0 dBFS\n");
-    // Brightness, 0 to 1. The input is in the rows 62 to 172, the output in 196 to 652 from 10 kHz down to 0; 1020
-    // columns from 78 on are the two seconds.
+    // Brightness, 0 to 1. The input is in the rows 62 to 172, the output in 196 to 652 from 10 kHz down to 0;
+    // 1020 columns from 78 on are the two seconds.
     const auto brightness = [](const char* file, int x, int y) {
         cairo_surface_t* const picture = cairo_image_surface_create_from_png(file);
         const unsigned char* const pixel =

@@ -33,8 +33,8 @@ protected:
         std::filesystem::remove_all(folder);
     }
 
-    // Runs a bash command, in which $W is the program, and returns its exit status; its output is in the files
-    // "out" and "err".
+    // Runs a bash command, in which $W is the program, and returns its exit status; its output is in the
+    // files "out" and "err".
     static int shell(const std::string& command)
     {
         std::ofstream("command") << "W='" WAIL_PROGRAM "'; " << command << "\n";
@@ -47,8 +47,8 @@ protected:
         std::ifstream stream(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
-    // One line on standard error, which contains the message; what stood in out.wav is still there, and nothing is
-    // half-written.
+    // One line on standard error, which contains the message; what stood in out.wav is still there, and
+    // nothing is half-written.
     static void expectFailure(int status, const std::string& command, const std::string& message)
     {
         SCOPED_TRACE(command);

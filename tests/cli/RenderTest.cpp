@@ -147,7 +147,8 @@ TEST_F(Render, DithersWithTriangularNoiseAndWarnsOfWhatIsNotFinite)
         sum += sample * 32768.0;
         squares += sample * 32768.0 * sample * 32768.0;
     }
-    // The mean is the input's, and the variance of rounded and triangular noise together is a quarter of a step's square.
+    // The mean is the input's, and the variance of rounded and triangular noise together is a quarter of a
+    // step's square.
     EXPECT_NEAR(sum / 20000.0, 0.25, 0.02);
     EXPECT_NEAR(squares / 20000.0 - 0.0625, 0.25, 0.02);
 
@@ -185,7 +186,7 @@ TEST_F(Render, LetsTheCombRingOutForATimeOrUntilItIsSilent)
 
 TEST_F(Render, ReadsAndWritesPipes)
 {
-    write("in.wav", noise(30000, 0.1), 1, k16Bits);
+    write("in.wav", noise(600000, 0.1), 1, k16Bits);  // more than is kept to go back
     ASSERT_EQ(run("render in.wav -o once.flac && $W render once.flac -o twice.wav && $W render once.flac -o "
                   "- >file.flac"),
               0);
@@ -204,6 +205,9 @@ TEST_F(Render, ReadsAndWritesPipes)
                     "<&4 | wc -c"),
               0);
     EXPECT_EQ(contentOf("out"), "20000\n") << "live audio waits for the end";
+
+    ASSERT_EQ(shell("$W render in.wav -o - | head -c 44"), 0);
+    EXPECT_EQ(contentOf("out").substr(4, 4) + contentOf("out").substr(40), std::string(8, '\xff'));
 
     // A header that does not tell the length, or one that promises more than the pipe holds.
     const std::string whole = contentOf("in.wav");
@@ -242,6 +246,7 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
 {
     SF_BROADCAST_INFO broadcast{};
     broadcast.version = 1;
+    broadcast.time_reference_high = 1;
     broadcast.time_reference_low = 0xfffffff0u;
     SF_CUES cues{};
     cues.cue_count = 1;
@@ -291,7 +296,7 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
     }
     ASSERT_EQ(run("render in.wav -o out.wav --start 0.1"), 0);
     SndfileHandle("out.wav").command(SFC_GET_BROADCAST_INFO, &broadcast, sizeof broadcast);
-    EXPECT_EQ(broadcast.time_reference_high, 1u);  // 4410 frames later
+    EXPECT_EQ(broadcast.time_reference_high, 2u);  // 4410 frames later
     EXPECT_EQ(broadcast.time_reference_low, 4410u - 16u);
 }
 
