@@ -37,7 +37,7 @@ TEST_P(EntryPoints, ReturnNullAndLeaveNothingWhenMemoryRunsOut)
     static int asked;
     const auto before = Allocations::live.load();
     const int failures = Allocations::failEach([this] {
-        const bool hasAny = Allocations::left > 0;
+        const bool hasAny = Allocations::left != 0;
         asked = 0;
         const std::unique_ptr<K_TypeIF> interface(make([](auto...) -> VstIntPtr { return ++asked; }));
         EXPECT_EQ(asked, hasAny ? 1 : 0);  // not before the interface record exists
