@@ -254,7 +254,7 @@ int main(int argc, char** argv)
     row("effect, blocks of 64", least.of("effect/64"), "blocks of 1024", least.of("effect/1024"));
     row("effect, blocks of 16", least.of("effect/16"), "blocks of 1024", least.of("effect/1024"));
     row("CLAP, blocks of 256", least.of("clap/0"), "the record's", effect256);
-    row("CLAP, blocks of 256 with 8 events", least.of("clap/8"), "the record's", effect256);
+    row("CLAP, blocks of 256, 8 events apart", least.of("clap/8"), "the record's", effect256);
     for (const int length : {64, 256, 1024}) {
         const std::string frames = std::to_string(length);
         const double resting = least.of("effect/" + frames);

@@ -24,7 +24,7 @@ std::int32_t numberAt(const char* bytes)
     return static_cast<std::int32_t>(value);
 }
 
-// Takes bytes apart from front to back; what is not there is an error.
+// Reads bytes from front to back; missing bytes are an error.
 class Reader
 {
 public:
@@ -64,7 +64,7 @@ public:
     }
     void bytes(std::span<const char> more) { file.insert(file.end(), more.begin(), more.end()); }
 
-    // The file whose content was written, with its first two fields.
+    // The complete file: the content that was written, after the first two fields.
     std::vector<char> finish() const
     {
         Writer whole;
@@ -78,25 +78,26 @@ private:
     std::vector<char> file;
 };
 
-// The bytes that a file's size counts, behind its first two fields.
+// The bytes that a file's size counts: all after its first two fields.
 Reader openFile(Reader& reader)
 {
     if (reader.number() != kFile)
-        throw ProgramFileError("it is no program or bank file");
+        throw ProgramFileError("it is not a program or bank file");
     return Reader(reader.bytes(static_cast<std::uint32_t>(reader.number())));
 }
 
-// Reads what programs and banks begin with, up to the plug-in's version.
+// Reads the fields that programs and banks have in common, up to the plug-in's version.
 template <typename File>
 void readHeader(Reader& reader, std::int32_t kind, const ProgramFileOwner& owner, File& file)
 {
     const std::int32_t found = reader.number();
     if (found == kChunkProgram || found == kChunkBank)
-        throw ProgramFileError("it holds an opaque chunk, which this plug-in does not use");
+        throw ProgramFileError("it holds an opaque chunk instead of parameter values");
     if (found != kind && (found == kProgram || found == kBank))
-        throw WrongKindOfFile(found == kBank ? "it is a bank, not a program" : "it is a program, not a bank");
+        throw ProgramFileError(found == kBank ? "it is a bank, not a program"
+                                              : "it is a program, not a bank");
     if (found != kind)
-        throw ProgramFileError("it is no program or bank file");
+        throw ProgramFileError("it is not a program or bank file");
     file.format = reader.number();
     file.uniqueID = reader.number();
     if (file.uniqueID != owner.uniqueID)
@@ -179,17 +180,5 @@ std::vector<char> bytesOf(const ProgramFile& program)
     writer.bytes(program.nameBytes);
     for (const float value : program.values)
         writer.number(std::bit_cast<std::int32_t>(value));
-    return writer.finish();
-}
-
-std::vector<char> bytesOf(const BankFile& bank)
-{
-    Writer writer;
-    for (const std::int32_t field :
-         {kBank, bank.format, bank.uniqueID, bank.version, static_cast<std::int32_t>(bank.programs.size())})
-        writer.number(field);
-    writer.bytes(bank.reserved);
-    for (const ProgramFile& program : bank.programs)
-        writer.bytes(bytesOf(program));
     return writer.finish();
 }

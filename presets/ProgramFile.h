@@ -1,13 +1,13 @@
 #pragma once
 
-// Program files (.fxp) and bank files (.fxb) of the VST 2.4 interface, in their regular kind: the parameter
-// values of one program, or of a bank's programs, with their names. All numbers are big-endian.
+// Program files (.fxp) and bank files (.fxb) of the VST 2.4 interface, with parameter values: those of one
+// program, or of a bank's programs, with their names. All numbers are big-endian.
 //
 //     program: 'CcnK' size 'FxCk' format id version numParams name[28] value[numParams]
 //     bank:    'CcnK' size 'FxBk' format id version numPrograms reserved[128] program[numPrograms]
 //
-// size counts the bytes behind itself; values are 32-bit floats, normalised to 0 .. 1. Whatever is read is
-// written again to the byte.
+// size counts the bytes that follow it; values are 32-bit floats, normalised to 0 .. 1. A program that is
+// read and written again keeps every byte.
 
 #include <array>
 #include <cstdint>
@@ -16,18 +16,11 @@
 #include <string>
 #include <vector>
 
-// What is wrong with a file's bytes, without the file's name, such as "it is for another plug-in".
+// What is wrong with a file's content, without the file's name, such as "it is for another plug-in".
 class ProgramFileError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
-};
-
-// A bank where a program was expected, or the other way round.
-class WrongKindOfFile : public ProgramFileError
-{
-public:
-    using ProgramFileError::ProgramFileError;
 };
 
 // The plug-in that a file must be for.
@@ -47,7 +40,7 @@ struct ProgramFile {
     std::int32_t format = 1;
     std::int32_t uniqueID = 0;
     std::int32_t version = 0;                     // of the plug-in
-    std::array<char, kNameBytes> nameBytes = {};  // zero-terminated; what stands behind the zero is kept
+    std::array<char, kNameBytes> nameBytes = {};  // zero-terminated; bytes after the zero are kept
     std::vector<float> values;                    // by parameter index
 };
 
@@ -58,14 +51,14 @@ struct BankFile {
     std::array<char, 128> reserved = {};
     std::vector<ProgramFile> programs;
 
-    // Format 2 keeps the index of the program in use in the reserved bytes; 0 where there is none such.
+    // The index of the program in use, which format 2 keeps in the reserved bytes; 0 if there is no such
+    // program.
     std::size_t currentProgram() const;
 };
 
-// Throw ProgramFileError where the bytes are no such file, are of the opaque "chunk" kind, are for another
-// plug-in, are cut off or too many, or hold counts or values that the plug-in cannot take.
+// Throw ProgramFileError if the bytes are not such a file, hold an opaque chunk, are for another plug-in, are
+// too few or too many, or contain counts or values that the plug-in cannot take.
 ProgramFile parseProgramFile(std::span<const char> bytes, const ProgramFileOwner& owner);
 BankFile parseBankFile(std::span<const char> bytes, const ProgramFileOwner& owner);
 
 std::vector<char> bytesOf(const ProgramFile& program);
-std::vector<char> bytesOf(const BankFile& bank);

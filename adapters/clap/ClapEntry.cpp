@@ -8,7 +8,7 @@
 namespace
 {
 
-// Null for an unknown id, a host of an incompatible version, and if there is no memory.
+// Returns null for an unknown id, for a host of an incompatible version, or if memory is short.
 const clap::Plugin* create(const clap::PluginFactory* /*factory*/, const clap::Host* host, const char* id)
 {
     if (host == nullptr || !clap::isCompatible(host->version) || id == nullptr ||

@@ -36,7 +36,7 @@ bool isConstant(const Sample* samples, std::uint32_t frames) noexcept
 }  // namespace
 
 WailClap::WailClap(const clap::Host& clapHost)
-    : plugin([this] {
+    : ownRecord([this] {
           clap::Plugin record = kRecord;
           record.data = this;
           return record;
@@ -59,9 +59,9 @@ void WailClap::init()
 // Block lengths need no memory.
 bool WailClap::activate(double sampleRate)
 {
-    const auto rate = static_cast<float>(sampleRate);
     if (active || !(sampleRate >= kMinSampleRate && sampleRate <= kMaxSampleRate))
         return false;
+    const auto rate = static_cast<float>(sampleRate);
     effect.setSampleRate(rate);
     if (effect.rateInForce() != static_cast<double>(rate))  // no memory
         return false;

@@ -25,7 +25,7 @@ public:
     WailClap(const WailClap&) = delete;
 
     // What the host calls the instance by. Its destroy deletes the instance.
-    const clap::Plugin* record() const noexcept { return &plugin; }
+    const clap::Plugin* record() const noexcept { return &ownRecord; }
 
 private:
     static const clap::Plugin kRecord;
@@ -41,7 +41,7 @@ private:
 
     void init();
 
-    // Hz, kMinSampleRate .. kMaxSampleRate. Returns false for other rates, if there is no memory, and while active.
+    // Hz, kMinSampleRate .. kMaxSampleRate. Returns false for other rates, if memory is short, or while active.
     bool activate(double sampleRate);
     void reset();
     clap::ProcessStatus process(const clap::Process& block);
@@ -56,13 +56,13 @@ private:
     void run(const float* input, float* output, std::uint32_t frames);
     void applyAll();
 
-    const clap::Plugin plugin;
+    const clap::Plugin ownRecord;
     const clap::Host& host;
     const clap::HostParams* hostParams = nullptr;          // null if the host has none
     const clap::HostPresetLoad* hostPresetLoad = nullptr;  // likewise
     Wail effect{nullptr};
     ClapParameters parameters;
-    bool active = false;  // written by the main thread while there is no audio thread
+    bool active = false;  // the main thread writes it, never during a call of the audio thread
     std::uint64_t stillFrames =
         0;  // [audio] since the last input that is not 0 and the last change of a value
 };

@@ -3,6 +3,7 @@
 import { kFftSize } from './spectrum.js';
 
 const kFadeSeconds = 0.02; // around a pause
+const kPatienceMilliseconds = 4000; // for the browser to start its sound
 
 export class Player {
   #context = null; // of the source's sample rate, so that nothing is resampled on its way to the effect
@@ -18,6 +19,7 @@ export class Player {
   }
 
   // source: an AudioBuffer, which is looped, or a MediaStream, which this player ends. Plays it from its beginning.
+  // Throws Error that says why it cannot.
   async play(source) {
     const isStream = source instanceof MediaStream;
     await this.#open(isStream ? undefined : source.sampleRate);
@@ -34,9 +36,12 @@ export class Player {
     await this.resume();
   }
 
+  // Throws Error if there is nothing to play on.
   async resume() {
+    const isLate = new Promise((resolve) => setTimeout(resolve, kPatienceMilliseconds, true));
+    if (await Promise.race([this.#context.resume(), isLate]))
+      throw new Error('the browser starts no sound; check that a loudspeaker is connected');
     this.isPlaying = true;
-    await this.#context.resume();
     this.#fadeTo(this.volume);
   }
 

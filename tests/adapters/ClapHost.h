@@ -10,38 +10,40 @@
 
 // A CLAP host's side of the interface, which writes down what the plug-in tells it.
 struct ClapHost {
-    static ClapHost& of(const clap::Host* host) { return *static_cast<ClapHost*>(host->data); }
+    static std::string& told(const clap::Host* host) { return *static_cast<std::string*>(host->data); }
     static const void* find(const clap::Host* /*host*/, const char* id)
     {
         static constexpr clap::HostParams kParams{
-            [](auto* h, std::uint32_t flags) { of(h).told += "rescan " + std::to_string(flags) + ";"; },
-            nullptr, nullptr};
+            [](auto* host, auto flags) { told(host) += "rescan " + std::to_string(flags) + ";"; }, nullptr,
+            nullptr};
         static constexpr clap::HostPresetLoad kPresets{
-            [](auto* h, auto, auto, auto, auto, auto) { of(h).told += "error;"; },
-            [](auto* h, auto, auto, const char* key) { of(h).told += std::string(key) + ";"; }};
+            [](auto* host, auto, auto, auto, auto, auto) { told(host) += "error;"; },
+            [](auto* host, auto, auto, const char* key) { told(host) += std::string(key) + ";"; }};
         if (std::strcmp(id, clap::kParams) == 0)
             return &kParams;
         return std::strcmp(id, clap::kPresetLoadDraft) == 0 ? &kPresets : nullptr;
     }
 
-    std::string told;
-    clap::Host record{
-        clap::kVersion, this, "host", "", "", "", find, nullptr, [](auto* h) { of(h).told += "process;"; },
-        nullptr};
+    std::string calls;
+    clap::Host record{clap::kVersion,
+                      &calls,
+                      "host",
+                      "",
+                      "",
+                      "",
+                      find,
+                      nullptr,
+                      [](auto* host) { told(host) += "process;"; },
+                      nullptr};
 };
+
+using ClapEvents = std::vector<clap::ParamEvent>;  // sorted by time
 
 inline clap::ParamEvent valueEvent(clap::Id id, double value, std::uint32_t time = 0)
 {
-    return {{sizeof(clap::ParamEvent), time, clap::kCoreSpace, clap::kParamValue, 0},
-            id,
-            nullptr,
-            -1,
-            -1,
-            -1,
-            -1,
-            value};
+    const clap::Event header{sizeof(clap::ParamEvent), time, clap::kCoreSpace, clap::kParamValue, 0};
+    return {header, id, nullptr, -1, -1, -1, -1, value};
 }
-using ClapEvents = std::vector<clap::ParamEvent>;  // sorted by time
 
 // An instance, driven through its record alone.
 class ClapInstance
@@ -57,55 +59,54 @@ public:
     static const clap::Plugin* make(const clap::Entry& entry, const clap::Host& host,
                                     const char* id = "com.korva.wail")
     {
-        const auto* factory = static_cast<const clap::PluginFactory*>(entry.getFactory(clap::kPluginFactory));
-        return factory->create(factory, &host, id);
+        const auto* all = static_cast<const clap::PluginFactory*>(entry.getFactory(clap::kPluginFactory));
+        return all->create(all, &host, id);
     }
     template <typename Extension>
     const Extension& ask(const char* id) const
     {
         return *static_cast<const Extension*>(plugin->getExtension(plugin, id));
     }
-    const clap::Params& params() const { return ask<clap::Params>(clap::kParams); }
-
     bool activate(double rate) const { return plugin->activate(plugin, rate, 1, 0x7FFFFFFF); }
     void deactivate() const { plugin->deactivate(plugin); }
 
+    // -1 and "none" if there is none.
     double value(clap::Id id) const
     {
         double result = -1.0;
-        params().getValue(plugin, id, &result);
-        return result;
+        return params().getValue(plugin, id, &result) ? result : -1.0;
     }
-    std::string text(clap::Id id, double value, std::uint32_t capacity = 64) const
-    {
-        char buffer[64];
-        return params().valueToText(plugin, id, value, buffer, capacity) ? buffer : "none";
-    }
-    double typed(clap::Id id, const char* text) const  // -1: not a value
+    double valueOf(clap::Id id, const char* text) const
     {
         double result = -1.0;
         return params().textToValue(plugin, id, text, &result) ? result : -1.0;
+    }
+    std::string textOf(clap::Id id, double value, std::uint32_t capacity = 64) const
+    {
+        char text[64];
+        return params().valueToText(plugin, id, value, text, capacity) ? text : "none";
     }
 
     // The streams give and take a few bytes a call.
     std::string save() const
     {
         std::string bytes;
-        const clap::OutputStream stream{
-            &bytes, [](auto* s, const void* from, std::uint64_t size) {
-                const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(size, 23));
-                static_cast<std::string*>(s->context)->append(static_cast<const char*>(from), taken);
-                return static_cast<std::int64_t>(taken);
-            }};
+        const clap::OutputStream stream{&bytes, [](auto* s, const void* from, std::uint64_t size) {
+                                            const std::string taken(
+                                                static_cast<const char*>(from),
+                                                static_cast<std::size_t>(size < 23 ? size : 23));
+                                            static_cast<std::string*>(s->context)->append(taken);
+                                            return static_cast<std::int64_t>(taken.size());
+                                        }};
         return ask<clap::State>(clap::kState).save(plugin, &stream) ? bytes : "failed";
     }
     bool load(std::string bytes) const
     {
         const clap::InputStream stream{&bytes, [](auto* s, void* to, std::uint64_t size) {
                                            auto& left = *static_cast<std::string*>(s->context);
-                                           const std::size_t given = left.copy(
-                                               static_cast<char*>(to),
-                                               static_cast<std::size_t>(std::min<std::uint64_t>(size, 17)));
+                                           const auto given =
+                                               left.copy(static_cast<char*>(to),
+                                                         static_cast<std::size_t>(size < 17 ? size : 17));
                                            left.erase(0, given);
                                            return static_cast<std::int64_t>(given);
                                        }};
@@ -145,15 +146,15 @@ public:
     std::uint64_t constantMask = 0;  // of the last block
 
 private:
-    static const ClapEvents& eventsOf(const clap::InputEvents* list)
+    const clap::Params& params() const { return ask<clap::Params>(clap::kParams); }
+    static const ClapEvents& of(const clap::InputEvents* list)
     {
         return *static_cast<const ClapEvents*>(list->context);
     }
     static clap::InputEvents listOf(const ClapEvents& events)
     {
-        return {
-            const_cast<ClapEvents*>(&events),
-            [](auto* list) { return static_cast<std::uint32_t>(eventsOf(list).size()); },
-            [](auto* list, std::uint32_t i) -> const clap::Event* { return &eventsOf(list).at(i).header; }};
+        return {const_cast<ClapEvents*>(&events),
+                [](auto* list) { return static_cast<std::uint32_t>(of(list).size()); },
+                [](auto* list, std::uint32_t i) -> const clap::Event* { return &of(list).at(i).header; }};
     }
 };

@@ -7,18 +7,24 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
+inline constexpr int kDouble = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
+inline constexpr int k16Bits = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+
 // The program, run in an empty folder of its own.
 class ProgramTest : public testing::Test
 {
 protected:
-    ProgramTest() : folder(std::filesystem::temp_directory_path() / ("wail-test-" + std::to_string(getpid())))
+    ProgramTest()
     {
-        std::filesystem::create_directory(folder);
+        std::string pattern = std::filesystem::temp_directory_path() / "wail-test-XXXXXX";
+        folder = mkdtemp(pattern.data());
         std::filesystem::current_path(folder);
     }
     ~ProgramTest() override
@@ -27,12 +33,12 @@ protected:
         std::filesystem::remove_all(folder);
     }
 
-    // Runs a shell command, in which $W is the program, and answers its exit status; what it says is in the
+    // Runs a bash command, in which $W is the program, and returns its exit status; its output is in the
     // files "out" and "err".
     static int shell(const std::string& command)
     {
-        const std::string whole = "W='" WAIL_PROGRAM "'; { " + command + "; } >out 2>err";
-        return WEXITSTATUS(std::system(whole.c_str()));
+        std::ofstream("command") << "W='" WAIL_PROGRAM "'; " << command << "\n";
+        return WEXITSTATUS(std::system("bash ./command >out 2>err </dev/null"));
     }
     static int run(const std::string& arguments) { return shell("$W " + arguments); }
 
@@ -41,17 +47,27 @@ protected:
         std::ifstream stream(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
-
-    // One line on standard error, what stood in out.wav still there, and nothing half-written.
-    static void expectFailure(int status, const std::string& command)
+    // One line on standard error, which contains the message; what stood in out.wav is still there, and
+    // nothing is half-written.
+    static void expectFailure(int status, const std::string& command, const std::string& message)
     {
         SCOPED_TRACE(command);
         std::ofstream("out.wav") << "precious";
         EXPECT_EQ(shell(command), status);
-        const std::string message = contentOf("err");
-        EXPECT_EQ(message.rfind("error: ", 0), 0u) << message;
-        EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1) << message;
+        const std::string error = contentOf("err");
+        EXPECT_EQ(error.rfind("error: ", 0), 0u) << error;
+        EXPECT_NE(error.find(message), std::string::npos) << error;
+        EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1) << error;
         expectOutputUntouched();
+    }
+    // The failures in a table of this folder, whose rows are "status | command | message".
+    static void expectFailures(const std::string& table)
+    {
+        std::ifstream rows(WAIL_TESTS "/" + table);
+        for (std::string row; std::getline(rows, row);) {
+            const std::size_t command = row.find(" | ") + 3, message = row.rfind(" | ") + 3;
+            expectFailure(std::stoi(row), row.substr(command, message - 3 - command), row.substr(message));
+        }
     }
     static void expectOutputUntouched()
     {
@@ -61,15 +77,17 @@ protected:
     }
 
     // 44.1 kHz.
-    static void write(const char* file, const std::vector<double>& samples, int channels, int format)
+    static SndfileHandle write(const char* file, const std::vector<double>& samples, int channels, int format)
     {
-        SndfileHandle(file, SFM_WRITE, format, channels, 44100)
-            .write(samples.data(), static_cast<sf_count_t>(samples.size()));
+        SndfileHandle sound(file, SFM_WRITE, format, channels, 44100);
+        sound.command(SFC_SET_CLIPPING, nullptr, SF_TRUE);
+        sound.write(samples.data(), static_cast<sf_count_t>(samples.size()));
+        return sound;
     }
-    static std::vector<double> read(const char* file, int format)
+    static std::vector<double> read(const char* file, int format = 0)
     {
         SndfileHandle sound(file);
-        EXPECT_EQ(sound.format(), format);
+        EXPECT_TRUE(format == 0 || sound.format() == format) << std::hex << sound.format();
         EXPECT_EQ(sound.samplerate(), 44100);
         std::vector<double> samples(static_cast<std::size_t>(sound.frames() * sound.channels()));
         sound.read(samples.data(), static_cast<sf_count_t>(samples.size()));

@@ -25,7 +25,7 @@ inline std::map<std::string, ShippedPreset> shippedPresets()
         std::ifstream stream(entry.path(), std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
         ShippedPreset& preset = presets[entry.path().stem().string()];
-        preset.name = bytes.substr(28).c_str();  // the fields of a program file before it
+        preset.name = bytes.substr(28, bytes.find('\0', 28) - 28);
         for (std::size_t i = 0; i < 4 * preset.values.size(); i += 4) {
             std::uint32_t bigEndian = 0;
             for (const char byte : bytes.substr(56 + i, 4))

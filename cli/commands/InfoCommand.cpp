@@ -1,0 +1,110 @@
+#include "cli/Text.h"
+#include "cli/commands/Commands.h"
+#include "cli/engine/HostedEffect.h"
+#include "host/VstRecords.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+std::string uniqueIdOf(const HostedEffect& effect)
+{
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        text += static_cast<char>(effect.properties().uniqueID >> shift & 0xff);
+    return text;
+}
+
+// The shortest decimal number that is the same float.
+double shortest(float value)
+{
+    return parseNumber<double>(fmt::format("{}", value)).value_or(value);
+}
+
+Json parametersOf(const HostedEffect& effect)
+{
+    Json parameters = Json::array();
+    for (VstInt32 index = 0; index < effect.properties().numParams; ++index) {
+        VstParameterProperties properties{};
+        const bool known = effect.dispatch(effGetParameterProperties, index, 0, &properties) == 1;
+        Json entry{{"index", index},
+                   {"name", effect.text(effGetParamName, index)},
+                   {"value", shortest(effect.parameter(index))},
+                   {"text", effect.text(effGetParamDisplay, index)},
+                   {"label", effect.text(effGetParamLabel, index)},
+                   {"automatable", effect.dispatch(effCanBeAutomated, index) == 1}};
+        if (known)
+            entry["switch"] = (properties.flags & kVstParameterIsSwitch) != 0;
+        if (known && (properties.flags & kVstParameterUsesFloatStep) != 0)
+            entry["step"] = shortest(properties.stepFloat);
+        parameters.push_back(entry);
+    }
+    return parameters;
+}
+
+Json programsOf(const HostedEffect& effect)
+{
+    Json programs = Json::array();
+    for (VstInt32 index = 0; index < effect.properties().numPrograms; ++index)
+        programs.push_back(effect.text(effGetProgramNameIndexed, index));
+    return programs;
+}
+
+Json describe(const Bundle& bundle)
+{
+    const HostedEffect effect(bundle);
+    const AEffect& record = effect.properties();
+    return {
+        {"bundle", toUtf8(bundle.file().string())},
+        {"name", effect.text(effGetEffectName)},
+        {"vendor", effect.text(effGetVendorString)},
+        {"vendorVersion", effect.dispatch(effGetVendorVersion)},
+        {"uniqueID", uniqueIdOf(effect)},
+        {"version", record.version},
+        {"inputs", record.numInputs},
+        {"outputs", record.numOutputs},
+        {"latencySamples", record.initialDelay},
+        {"parameters", parametersOf(effect)},
+        {"programs", programsOf(effect)},
+    };
+}
+
+const std::string& text(const Json& value)
+{
+    return value.get_ref<const std::string&>();
+}
+
+std::string summaryOf(const Json& info)
+{
+    std::string summary =
+        fmt::format("{} by {}, version {}, {}\n\n    Parameter  Value  Shown as\n", text(info["name"]),
+                    text(info["vendor"]), info["vendorVersion"].dump(), text(info["bundle"]));
+    for (const Json& parameter : info["parameters"])
+        summary += fmt::format("{:>3} {:<9} {:>6}  {}\n", parameter["index"].dump(), text(parameter["name"]),
+                               parameter["value"].dump(), text(parameter["text"]));
+    summary += "\nPrograms:";
+    for (std::size_t i = 0; i < info["programs"].size(); ++i)
+        summary += fmt::format("{} {} {}", i > 0 ? "," : "", i + 1, text(info["programs"][i]));
+    return summary;
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app)
+{
+    const auto json = std::make_shared<bool>(false);
+    CLI::App& sub = *app.add_subcommand("info", "Print what the plug-in reports about itself");
+    sub.add_flag("--json", *json, "everything, as JSON");
+    sub.footer("Examples:\n  wail info\n  wail info --json | jq '.parameters[].name'");
+    sub.final_callback([json] {
+        const Json info = describe(Bundle());
+        std::puts(
+            (*json ? info.dump(2, ' ', false, Json::error_handler_t::replace) : summaryOf(info)).c_str());
+    });
+}

@@ -1,0 +1,209 @@
+#include "cli/Error.h"
+#include "cli/Text.h"
+#include "cli/audio/AudioOutput.h"
+#include "cli/commands/Commands.h"
+#include "cli/commands/Options.h"
+#include "cli/engine/Renderer.h"
+
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <set>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+struct RenderCommand {
+    std::vector<fs::path> inputs;
+    std::optional<fs::path> output;        // none: named after the input
+    std::optional<fs::path> outputFolder;  // none: beside the input
+    RenderOptions options;
+    AudioFormat format;
+    bool dither = false;
+    bool quiet = false;
+    bool verbose = false;
+};
+
+// An input and its output; "-" is standard input or output.
+struct Job {
+    fs::path input;
+    fs::path output;
+};
+
+std::string plural(std::int64_t number, const std::string& noun)
+{
+    return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
+}
+
+fs::path outputFor(const RenderCommand& command, const fs::path& input)
+{
+    if (command.output)
+        return *command.output;
+    if (input == "-")
+        return "-";
+    SF_INFO info{};
+    std::error_code ignored;
+    if (fs::is_regular_file(input, ignored))
+        SoundFile(sf_open(input.c_str(), SFM_READ, &info), sf_close);
+    const std::string extension = outputExtension(input, info.format, command.format);
+    if (command.outputFolder)
+        return *command.outputFolder / (input.stem().string() + extension);
+    return input.parent_path() / (input.stem().string() + "-wail" + extension);
+}
+
+void checkUsage(const RenderCommand& command)
+{
+    if (command.output && command.outputFolder)
+        throw UsageError("--output and --output-dir exclude each other");
+    if (command.output && command.inputs.size() > 1)
+        throw UsageError("--output takes one input; use --output-dir for several");
+    if (command.output)
+        checkOutputName(*command.output, command.format);
+    if (std::ranges::count(command.inputs, "") > 0)
+        throw UsageError("IN is empty; name an audio file");
+    if (command.outputFolder && std::ranges::count(command.inputs, "-") > 0)
+        throw UsageError("--output-dir takes files, which have names; use --output for standard input");
+}
+
+// No output may be an input or another job's output.
+std::vector<Job> planJobs(const RenderCommand& command)
+{
+    std::vector<Job> jobs;
+    std::set<fs::path> outputs;
+    std::error_code none;
+    for (const fs::path& input : command.inputs) {
+        const fs::path output = outputFor(command, input);
+        for (const fs::path& other : command.inputs)
+            if (output != "-" && fs::is_regular_file(output, none) &&
+                fs::equivalent(output, other == "-" ? fs::path("/dev/stdin") : other, none))
+                throw Error("cannot write {}: it is the input; choose another name", output.string());
+        if (!outputs.insert(fs::weakly_canonical(output, none)).second)
+            throw Error(
+                "cannot write {} twice: two inputs have the same name; render them one by one with --output",
+                output.string());
+        jobs.push_back({input, output});
+    }
+    return jobs;
+}
+
+// Frames of the output; none if the input does not tell. An automatic tail has at most this length.
+std::optional<std::int64_t> expectedFrames(const AudioInput& input, const RenderSettings& settings)
+{
+    if (!input.frames())
+        return {};
+    return *input.frames() +
+           framesIn(settings.tailSeconds.value_or(kLongestAutomaticTail), input.sampleRate());
+}
+
+void printVerbose(std::FILE* stream, const AudioInput& input, const AudioOutput& output, const Bundle& bundle,
+                  const RenderSettings& settings)
+{
+    printLine(stream, fmt::format("{}: plug-in {}, blocks of {}, {}", input.name(), bundle.file().string(),
+                                  settings.blockSize, describeValues(settings.program.values)));
+    if (!output.lostMetadata().empty())
+        printLine(stream,
+                  fmt::format("{}: left out {}", output.name(), fmt::join(output.lostMetadata(), ", ")));
+}
+
+void printWarnings(const AudioInput& input, const AudioOutput& output, double peakWithoutGain)
+{
+    if (input.wasCutOff())
+        printLine(stderr, fmt::format("warning: {} ends before the length in its header", input.name()));
+    if (input.nonFiniteSamples() > 0)
+        printLine(stderr, fmt::format("warning: {} holds {} not finite", input.name(),
+                                      plural(input.nonFiniteSamples(), "sample")));
+    if (output.clippedSamples() > 0)
+        printLine(stderr, fmt::format("warning: {}: {} clipped at full scale; --gain {:.1f} would avoid it",
+                                      output.name(), plural(output.clippedSamples(), "sample"),
+                                      gainBelowFullScale(peakWithoutGain)));
+}
+
+void renderJob(const RenderCommand& command, const Job& job, const Bundle& bundle,
+               const RenderSettings& chosen)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const RenderSettings settings = withGain(chosen, job.input, bundle);
+    AudioInput input(job.input);
+    AudioOutput output(job.output, input,
+                       {.format = command.format,
+                        .dither = command.dither,
+                        .expectedFrames = expectedFrames(input, settings),
+                        .firstFrame = framesIn(settings.startSeconds, input.sampleRate()),
+                        .isExcerpt = settings.isExcerpt()});
+    std::FILE* const messages = job.output == "-" ? stderr : stdout;
+    if (command.verbose)
+        printVerbose(messages, input, output, bundle, settings);
+    const RenderResult result = render(input, bundle, settings,
+                                       {.input = {}, .output = [&](auto samples) { output.write(samples); }});
+    output.commit();
+
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    const double seconds = static_cast<double>(result.frames) / input.sampleRate();
+    if (!command.quiet)
+        printLine(
+            messages,
+            fmt::format("{}: {:.2f} s, {}, {} Hz{}, {}, {:.0f}x real time", output.name(), seconds,
+                        plural(input.channels(), "channel"), input.sampleRate(),
+                        chosen.gainDecibels ? "" : fmt::format(", gain {:.1f} dB", *settings.gainDecibels),
+                        describePeak(result.peak), seconds / elapsed.count()));
+    printWarnings(input, output, result.peak * std::pow(10.0, -*settings.gainDecibels / 20.0));
+}
+
+void run(const RenderCommand& command)
+{
+    checkUsage(command);
+    const std::vector<Job> jobs = planJobs(command);
+    const Bundle bundle;
+    const RenderSettings settings = command.options.load(bundle);
+    if (command.outputFolder) {
+        std::error_code error;
+        fs::create_directories(*command.outputFolder, error);
+        if (error)
+            throw Error("cannot make the folder {}: {}", command.outputFolder->string(), error.message());
+    }
+    if (jobs.size() == 1)
+        return renderJob(command, jobs.front(), bundle, settings);
+    std::size_t failed = 0;
+    for (const Job& job : jobs) {  // a failure does not stop the others
+        try {
+            renderJob(command, job, bundle, settings);
+        } catch (const Error& error) {
+            printLine(stderr, fmt::format("error: {}", error.what()));
+            ++failed;
+        }
+    }
+    if (failed > 0)
+        throw Error("{} of {} files were not rendered", failed, jobs.size());
+}
+
+constexpr const char* kExamples = R"(Examples:
+  wail render guitar.wav                              writes guitar-wail.wav
+  wail render guitar.wav -o swept.flac --preset slow-tide --tail auto
+  wail render takes/*.wav --output-dir swept --automation moves.json
+  wail render song.mp3 -o - | ffmpeg -i - swept.mp3)";
+
+}  // namespace
+
+void addRenderCommand(CLI::App& app)
+{
+    const auto command = std::make_shared<RenderCommand>();
+    CLI::App& sub = *app.add_subcommand("render", "Render audio files through the effect");
+    sub.add_option("IN", command->inputs, "audio files to read; - for standard input")->required();
+    addOption(sub, "-o,--output", "OUT", "IN-wail.EXT by default; - for standard output",
+              [command](const std::string& text) { command->output = text; });
+    addOption(sub, "--output-dir", "DIR", "folder for the outputs, with the inputs' names",
+              [command](const std::string& text) { command->outputFolder = text; });
+    addOption(sub, "--format", "FORMAT", "as in flac, pcm24 or wav/float; the input's by default",
+              [command](const std::string& text) { command->format = parseAudioFormat(text); });
+    sub.add_flag("--dither", command->dither, "add TPDF dither to samples of 16 bits or fewer");
+    addRenderOptions(sub, command->options);
+    addGainOption(sub, command->options);
+    sub.add_flag("-q,--quiet", command->quiet, "print nothing but warnings and errors");
+    sub.add_flag("-v,--verbose", command->verbose, "also print the settings and what is left out");
+    sub.footer(kExamples);
+    sub.final_callback([command] { run(*command); });
+}

@@ -1,0 +1,200 @@
+#pragma once
+
+#include "tests/adapters/ClapHost.h"
+#include "tests/support/Signals.h"
+#include "tests/support/TestHost.h"
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using ClapValues = std::array<double, 7>;  // by id
+inline constexpr ClapValues kClapDefaults{0.0, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0, 1.0f};
+
+inline std::string clapState(const ClapValues& values)
+{
+    const auto* const bytes = reinterpret_cast<const char*>(values.data());
+    return std::string("WAIL\1\0\0\0", 8) + std::string(bytes, sizeof values);
+}
+
+inline ClapEvents randomEvents(const std::function<std::uint32_t(std::uint32_t)>& choose, std::size_t length)
+{
+    ClapEvents events(choose(3) == 0 ? 0 : choose(6));
+    for (clap::ParamEvent& event : events) {
+        constexpr std::array kSpecial{-3.0, 0.5, 7.0, 1.0, 0.0, double{NAN}};
+        const double value = choose(3) == 0 ? kSpecial[choose(6)] : choose(1001) / 1000.0;
+        event = valueEvent(choose(8), value, choose(static_cast<std::uint32_t>(length + length / 8 + 1)));
+        event.header.type =
+            static_cast<std::uint16_t>(clap::kParamValue + std::max(0, static_cast<int>(choose(5)) - 2));
+        event.header.space = choose(10) == 0 ? 0xB33F : clap::kCoreSpace;
+    }
+    std::ranges::stable_sort(events, {}, [](const auto& event) { return event.header.time; });
+    return events;  // some are late
+}
+
+// The life of an instance beside the bundle, which is played in the blocks and with the values that the instance
+// should make of what its host does: what is set while it is inactive, or before a reset, is there at once; all else
+// glides, each run between events as a block of its own.
+class ClapLife
+{
+public:
+    // choose(n): one of 0 .. n - 1. allocations: how many there were so far.
+    ClapLife(const clap::Entry& entry, EntryPoint make, std::function<std::uint32_t(std::uint32_t)> chooser,
+             std::size_t (*counter)())
+        : instance(entry), makeBundle(make), choose(std::move(chooser)), allocations(counter)
+    {
+        startBundle();
+        activate();
+    }
+
+    // Does something and returns what was wrong; null if nothing was.
+    const char* step()
+    {
+        const std::size_t before = allocations();
+        switch (choose(32)) {
+        case 0: activate(); break;
+        case 1:
+            instance.plugin->reset(instance.plugin);
+            if (allocations() != before)
+                return "reset allocates";
+            startBundle();
+            break;
+        case 2: loadState(); break;
+        case 3:
+            instance.loadPreset("howling-comb");
+            std::ranges::copy(std::array{0.12f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f}, values.begin() + 1);
+            hearAll();
+            break;
+        case 4: flush(); break;
+        default:
+            if (const char* const fault = choose(2) == 0 ? compareBlock<double>() : compareBlock<float>())
+                return fault;
+        }
+        for (clap::Id id = 0; id < 7; ++id) {
+            if (instance.value(id) != values[id])
+                return "another value";
+        }
+        return instance.save() == clapState(values) ? nullptr : "another state";
+    }
+
+private:
+    void startBundle()
+    {
+        bundle = std::make_unique<Plugin>(makeBundle);
+        bundle->setRate(static_cast<float>(rate));
+        hearAll();
+        bundle->process(nullptr, 0);
+    }
+    void hear(clap::Id id) const
+    {
+        const double value = std::clamp(values[id] + modulation[id], 0.0, 1.0);
+        bundle->set(static_cast<VstInt32>(id), static_cast<float>(id == 0 ? 1.0 - value : value));
+    }
+    void hearAll() const
+    {
+        for (clap::Id id = 0; id < 7; ++id)
+            hear(id);
+    }
+    bool take(const clap::ParamEvent& event)  // false: it is not for the plug-in
+    {
+        const bool modulates = event.header.type == 6, isSwitch = event.param == 0 || event.param == 5;
+        if (event.header.space != 0 || event.header.type > 6 || event.param > 6 || std::isnan(event.value) ||
+            (modulates && isSwitch))
+            return false;
+        const double value = std::clamp(event.value, 0.0, 1.0);
+        (modulates ? modulation : values)[event.param] = modulates  ? event.value
+                                                         : isSwitch ? std::floor(value)
+                                                                    : value;
+        return true;
+    }
+
+    void activate()
+    {
+        rate = std::array{22050.0, 1234.5678, 48000.0, 192000.0}[choose(4)];
+        instance.deactivate();
+        flush();
+        instance.activate(rate);
+        startBundle();
+    }
+    void flush()
+    {
+        const ClapEvents events = randomEvents(choose, 100);
+        instance.flush(events);
+        std::vector<double> none;
+        playBundle(none, events);
+    }
+    void loadState()
+    {
+        ClapValues next;
+        for (clap::Id id = 0; id < 7; ++id)
+            next[id] = id % 5 == 0 ? choose(2) : choose(1001) / 1000.0;
+        std::string state = clapState(next);
+        if (choose(2) == 0)
+            state[choose(8)] ^= 1;
+        else
+            values = next;
+        instance.load(state);
+        hearAll();
+    }
+
+    void playBundle(std::vector<double>& samples, const ClapEvents& events)
+    {
+        std::size_t done = 0;
+        const auto playUntil = [&](std::size_t end) {
+            if (end > done)
+                bundle->process(samples.data() + done, static_cast<VstInt32>(end - done));
+            done = std::max(done, end);
+        };
+        for (const clap::ParamEvent& event : events) {
+            if (!take(event))
+                continue;
+            playUntil(std::min<std::size_t>(event.header.time, samples.size()));
+            hear(event.param);
+        }
+        playUntil(samples.size());
+    }
+
+    // Plays a block of double or float samples, in place or apart.
+    template <typename Sample>
+    const char* compareBlock()
+    {
+        const std::size_t length = std::array{1, 2, 13, 63, 256, 300, 1024, 9000}[choose(8)];
+        const double peak = std::array{0.0, 1.0, 1e-3, 2.5}[choose(4)];
+        const std::vector<double> source = noise(length, peak, choose(256));
+        std::vector<Sample> input;
+        for (const double sample : source)
+            input.push_back(static_cast<Sample>(sample));
+        std::vector<double> wide(input.begin(), input.end());
+        const ClapEvents events = randomEvents(choose, length);
+        playBundle(wide, events);
+        std::vector<Sample> output = input, expected;
+        for (const double sample : wide)
+            expected.push_back(
+                std::abs(sample) < std::numeric_limits<Sample>::min() ? 0 : static_cast<Sample>(sample));
+
+        const Sample* const from = choose(2) == 0 ? output.data() : input.data();
+        const std::size_t before = allocations();
+        const clap::ProcessStatus status = instance.process(from, output.data(), length, events);
+        if (allocations() != before)
+            return "a block allocates";
+        if (output != expected)
+            return "another sound";
+        const bool isConstant =
+            std::ranges::all_of(output, [&](Sample sample) { return sample == output[0]; });
+        if (instance.constantMask != (isConstant ? 1 : 0))
+            return "a wrong mask";
+        const bool isQuiet =
+            std::ranges::all_of(output, [](Sample sample) { return std::abs(sample) <= 1e-6; });
+        const bool mayStop = status == clap::kProcessSleep && peak == 0.0 && isQuiet;
+        return status == clap::kProcessContinue || mayStop ? nullptr : "a wrong status";
+    }
+
+    ClapInstance instance;
+    const EntryPoint makeBundle;
+    const std::function<std::uint32_t(std::uint32_t)> choose;
+    std::size_t (*const allocations)();
+    std::unique_ptr<Plugin> bundle;
+    double rate = 48000.0;  // Hz
+    ClapValues values = kClapDefaults, modulation{};
+};
