@@ -12,7 +12,7 @@ TEST_F(Plot, ShowsLevelsAtTheirTimesAndFrequencies)
     std::vector<double> samples(2 * 88200);
     for (std::size_t i = 44100; i < 88200; ++i)
         samples[2 * i + 1] =
-            0.5 * std::sin(2.0 * std::numbers::pi * 5000.0 * static_cast<double>(i) / 44100.0);
+            0.005 * std::sin(2.0 * std::numbers::pi * 5000.0 * static_cast<double>(i) / 44100.0);
     write("in.wav", samples, 2, kDouble);
     std::ofstream("moves.json") << R"({"reso": 0.5})";
     // Fontconfig, behind Cairo, does not free all of its memory.
@@ -22,7 +22,7 @@ TEST_F(Plot, ShowsLevelsAtTheirTimesAndFrequencies)
               0)
         << contentOf("err");
     EXPECT_EQ(contentOf("out"), "silence.PNG: channel 1 of 2, 44100 Hz, output silent\n"
-                                "picture.png: channel 2 of 2, 44100 Hz, output peak -6.0 dBFS\n");
+                                "picture.png: channel 2 of 2, 44100 Hz, output peak -46.0 dBFS\n");
     // Brightness, 0 to 1. The input is in the rows 62 to 172, the output in 196 to 652 from 10 kHz down to 0;
     // 1020 columns from 78 on are the two seconds.
     const auto brightness = [](const char* file, int x, int y) {

@@ -67,7 +67,8 @@ TEST_F(Preset, EveryWayToTheSameParametersGivesTheSameSamples)
     std::ofstream("a.FXP") << program("Quack", 0.3f);
     std::ofstream("a.fxb") << bank(program("Other", 0.9f), program("Quack", 0.3f));
     std::ofstream("a.json") << R"({"Sense": 0.3, "envelope": {"0s": 0.125}})";
-    std::filesystem::create_directory("slow-tide");
+    std::filesystem::create_directory("slow-tide");  // does not hide the preset of that name
+    ASSERT_EQ(run("preset show slow-tide"), 0) << contentOf("err");
     ASSERT_EQ(run("render in.wav -o options.wav --sense 0.3 --envelope 0.125"), 0);
     for (const char* const way :
          {"--preset a.FXP", "--bank a.fxb", "--bank a.fxb --program 2", "--bank a.fxb --program 02",

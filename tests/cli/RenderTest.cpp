@@ -109,6 +109,9 @@ TEST_F(Render, WritesTheFormatOfTheInputUnlessToldOtherwise)
 
 TEST_F(Render, SaturatesIntegersAndNamesOrFindsTheGainThatAvoidsIt)
 {
+    write("edge.wav", {32767.0 / 32768.0, -1.0}, 1, k16Bits);
+    ASSERT_EQ(run("render edge.wav --on-off off"), 0);
+    EXPECT_EQ(contentOf("err"), "");
     write("in.wav", noise(20000), 1, k16Bits);
     ASSERT_EQ(run("render in.wav -o full.wav --format double"), 0) << contentOf("err");
     ASSERT_EQ(run("render in.wav -o out.flac"), 0) << contentOf("err");
