@@ -2,6 +2,7 @@
 
 #include "effect/Parameters.h"
 #include "effect/RecursiveMutex.h"
+#include "effect/SampleRates.h"
 #include "effect/SignalPath.h"
 #include "effect/WailProgram.h"
 #include "host/K_TypeBase.h"
@@ -10,10 +11,6 @@
 #include <memory>
 
 inline constexpr VstInt32 kNumPrograms = 16;
-
-// The sample rates that the effect takes, in Hz. At the lowest a fade has one sample.
-inline constexpr double kMinSampleRate = 62.5;
-inline constexpr double kMaxSampleRate = 3072000.0;
 
 // The effect as a host sees it: parameters, programs, texts, and one SignalPath for the sample rate, which
 // makes the sound. One channel.

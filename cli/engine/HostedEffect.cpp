@@ -2,6 +2,7 @@
 
 #include "cli/Error.h"
 #include "cli/engine/Places.h"
+#include "effect/SampleRates.h"
 #include "host/K_TypeIF.h"
 #include "host/VstRecords.h"
 
@@ -16,9 +17,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr double kMinSampleRate = 62.5;       // Hz: the plug-in ignores a rate outside these
-constexpr double kMaxSampleRate = 3072000.0;  // Hz
-constexpr std::size_t kTextBytes = 256;       // more than any text of the interface
+constexpr std::size_t kTextBytes = 256;  // more than any text of the interface
 
 // This host offers no services; it only reports its version.
 VstIntPtr hostCallback(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
