@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <exception>
+#include <new>
 
 namespace
 {
@@ -18,7 +19,12 @@ class WailLV2
 {
 public:
     // sampleRate: Hz, kMinSampleRate .. kMaxSampleRate. May throw as Wail does.
-    explicit WailLV2(float sampleRate) { effect.setSampleRate(sampleRate); }
+    explicit WailLV2(float sampleRate)
+    {
+        effect.setSampleRate(sampleRate);
+        if (effect.rateInForce() == 0.0)
+            throw std::bad_alloc();
+    }
 
     void connect(std::uint32_t port, void* data) noexcept
     {

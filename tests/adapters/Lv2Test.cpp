@@ -13,6 +13,7 @@ TEST_F(Lv2, HasOnePluginWhoseInstancesTakeTheRatesOfTheEffectAndLeaveNothing)
         EXPECT_EQ(instance(rate), nullptr) << rate;
     for (const double rate : {62.5, 48000.0, 3072000.0})
         EXPECT_NE(instance(rate), nullptr) << rate;
+    EXPECT_GE(Allocations::failEach([this] { return instance(48000.0) != nullptr; }), 3);
     EXPECT_EQ(Allocations::live, before);
 }
 
