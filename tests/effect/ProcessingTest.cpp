@@ -1,3 +1,4 @@
+#include "effect/Parameters.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/ReferenceWail.h"
 #include "tests/support/Signals.h"
@@ -10,8 +11,6 @@
 
 namespace
 {
-
-enum { kOnOff, kSense, kReso, kRange, kBalance, kInvert, kEnvelope };
 
 // Hz: the usual ones, one at which the delay is a sample or two, and the ends.
 constexpr float kRates[] = {22050.0f,  32000.0f,  44100.0f, 48000.0f, 88200.0f,  96000.0f,

@@ -1,3 +1,4 @@
+#include "effect/Parameters.h"
 #include "tests/support/Signals.h"
 #include "tests/support/TestHost.h"
 
@@ -5,47 +6,30 @@
 
 #include <algorithm>
 #include <cmath>
-
-namespace
-{
-
-constexpr VstInt32 kSense = 1, kReso = 2, kRange = 3, kBalance = 4, kInvert = 5, kEnvelope = 6;
-
-struct Wild {
-    VstInt32 index;
-    float value;
-    float invert;
-};
-
-void settle(const Plugin& plugin, const Wild& wild, float rate)
-{
-    plugin.set(kInvert, wild.invert);
-    plugin.set(kReso, 0.7f);
-    plugin.setRate(rate);
-}
-
-}  // namespace
+#include <tuple>
 
 // Feedback beyond 1 makes the line grow, and a release beyond 1 the envelope, by far more than they could
 // ever forget. Once the values are stable again, at both ends of their glides, nothing of that is left.
 TEST(Recovery, IsCompleteWithTheFirstStableBlockAfterUnstableOnes)
 {
+    using Wild = std::tuple<VstInt32, float, float>;  // index, value, Invert
     const Wild unstable[] = {{kReso, 1e38f, 0.0f},     {kReso, 10.0f, 1.0f},  {kReso, -3.0f, 0.0f},
                              {kReso, INFINITY, 0.0f},  {kReso, NAN, 1.0f},    {kEnvelope, 1.1f, 0.0f},
                              {kEnvelope, 3e38f, 1.0f}, {kEnvelope, NAN, 0.0f}};
     for (const float rate : {62.5f, 22050.0f, 48000.0f, 192000.0f, 3072000.0f}) {
-        for (const Wild& wild : unstable) {
-            SCOPED_TRACE(testing::Message()
-                         << rate << " Hz, parameter " << wild.index << " at " << wild.value);
+        for (const auto& [index, value, invert] : unstable) {
+            SCOPED_TRACE(testing::Message() << rate << " Hz, parameter " << index << " at " << value);
             const Plugin plugin, undisturbed;
-            settle(plugin, wild, rate);
-            settle(undisturbed, wild, rate);
-            const float usual = plugin.get(wild.index);
-            plugin.set(wild.index, wild.value);
+            for (const Plugin* const each : {&plugin, &undisturbed}) {
+                each->set(kInvert, invert);
+                each->setRate(rate);
+            }
+            const float usual = plugin.get(index);
+            plugin.set(index, value);
             std::vector<double> before = strokes(static_cast<std::size_t>(rate / 4.0f) + 64, 6000);
             plugin.process(before, 480);
-            plugin.set(wild.index, usual);
-            if (wild.index == kReso && std::isfinite(wild.value)) {
+            plugin.set(index, usual);
+            if (index == kReso && std::isfinite(value)) {
                 std::vector<double> glide = noise(480);
                 plugin.process(glide);  // from the wild value, so not stable yet
             }
