@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <limits>
 
-// A switch that never clicks: a change of its parameter fades the output out over length samples, takes
-// place in silence, and fades the output in again. The gains of a whole transition are
+// Changes a switch without a click, if it is left alone until both fades have ended: a change of its
+// parameter fades the output out over length samples, takes place in silence, and fades the output in
+// again. The gains of a whole transition are
 //
 //     1, (N-1)/N, ..., 1/N,    0, 1/N, ..., (N-1)/N,    1        N = length: 16 ms or just under
 //

@@ -70,7 +70,7 @@ bool LevelFollower::isFinite() const noexcept
            std::isfinite(envelopeSmoother.z1);
 }
 
-void LevelFollower::stage(PipelineSettings& settings) const noexcept
+void LevelFollower::writeTo(PipelineSettings& settings) const noexcept
 {
     const IIRFilter::Coefficients& shelf = detectorShelf.coef;
     const IIRFilter::Coefficients& highpass = detectorHighpass.coef;

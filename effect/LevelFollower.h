@@ -21,10 +21,10 @@ public:
     // Returns e for the next input sample x.
     double follow(double x, double sense) noexcept;
 
-    // factor: of a sample. The state goes on.
+    // factor: by which the envelope falls per sample. Keeps the state.
     void setRelease(double factor) noexcept { releaseCoef = factor; }
 
-    // freq: Hz, -3 dB. The smoothed level goes on.
+    // freq: the -3 dB corner, Hz. Keeps the smoothed level.
     void setSmoother(double freq, double sampleRate) noexcept;
 
     // Back to silence; release and smoother stay.
@@ -42,13 +42,13 @@ public:
                envelope <= 1.0 && envelopeSmoother.z1 >= 0.0 && envelopeSmoother.z1 <= 1.0 + kRounding;
     }
 
-    // True if every state is finite. NaN and infinity persist in each state, which feeds back by a factor
-    // that is not 0, so checking once per block suffices.
+    // True if every state is finite. NaN and infinity persist in the two sections and in the smoother, which
+    // catches those of the envelope too, so checking once per block suffices.
     bool isFinite() const noexcept;
 
-    // The pipeline runs on copies: settings, which stage writes after every change of the smoother, and the
+    // The pipeline runs on copies: settings, which writeTo() sets after every change of the smoother, and the
     // state, which it takes and gives back with every run.
-    void stage(PipelineSettings& settings) const noexcept;
+    void writeTo(PipelineSettings& settings) const noexcept;
     PipelineState state() const noexcept
     {
         return {Pair{detectorShelf.z1, detectorHighpass.z1}, inBothLanes(envelope), envelopeSmoother.z1};
@@ -66,5 +66,5 @@ private:
     IIRFilter detectorHighpass;
     IIRFilter envelopeSmoother;
     double envelope = 0.0;     // peak level, 0 .. 1
-    double releaseCoef = 0.9;  // factor per sample; the first block sets it
+    double releaseCoef = 0.9;  // factor per sample
 };

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <span>
 
-// How large the numbers are that a stretch of samples met, from the best case to the worst. Inspecting every
-// sample would cost more than a tenth of a block's time, so each level says what need not be inspected.
+// The largest magnitude in a stretch of samples, from the best case to the worst. Inspecting every sample
+// would cost a tenth of a block's time, so each class says what can be skipped.
 //
 // Moderate numbers are far above any sound and far below the largest double. If input, gains, delay line and
 // detector are moderate, no intermediate result of the sample path can overflow.

@@ -60,16 +60,16 @@ void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
     range.target = rangeCurve.map(fRange);
 }
 
-void MappedParameters::stage(PipelineSettings& settings, VstInt32 frames) const noexcept
+void MappedParameters::writeTo(PipelineSettings& settings, VstInt32 frames) const noexcept
 {
     const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
-    const auto staged = [inc](const Glide& glide) {
+    const auto inPairs = [inc](const Glide& glide) {
         return PairGlide{inBothLanes(glide.start), inBothLanes((glide.target - glide.start) * inc)};
     };
     settings.releaseCoef = inBothLanes(release);
-    settings.sense = staged(sense);
-    settings.range = staged(range);
-    settings.reso = staged(reso);
-    settings.dry = staged(dry);
-    settings.wet = staged(wet);
+    settings.sense = inPairs(sense);
+    settings.range = inPairs(range);
+    settings.reso = inPairs(reso);
+    settings.dry = inPairs(dry);
+    settings.wet = inPairs(wet);
 }

@@ -55,13 +55,13 @@ public:
     }
 
     // Writes release and glides of a block of that many frames.
-    void stage(PipelineSettings& settings, VstInt32 frames) const noexcept;
+    void writeTo(PipelineSettings& settings, VstInt32 frames) const noexcept;
 
     Glide sense;           // gain of the level detector
     Glide range;           // share of the sweep that a full envelope moves
     Glide reso;            // g, feedback of the comb
     Glide dry, wet;        // gains of the mix
-    double release = 0.0;  // factor per sample by which the envelope falls
+    double release = 0.9;  // factor per sample by which the envelope falls; 0.9 until it is mapped
 
 private:
     // Bounds that the curves keep for parameters in 0 .. 1.

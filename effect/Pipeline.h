@@ -18,7 +18,7 @@ struct Run {
     double* output;               // may be the input
     double* line;                 // entry of the first sample; one for each follows, older ones precede it
     std::ptrdiff_t length;        // samples
-    std::ptrdiff_t placeInBlock;  // index in its block of the first sample
+    std::ptrdiff_t placeInBlock;  // index of its first sample within the block
 };
 
 // The longest run, in samples, which sets the size of the pipeline's scratch memory. With 512 its arrays
@@ -29,24 +29,24 @@ inline constexpr std::ptrdiff_t kMaxRunLength = 576;
 // The shortest run that fills the pipeline.
 inline constexpr std::ptrdiff_t kMinPipelinedLength = 14;
 
-// What stands still while a run is processed, in both lanes where pairs need it. Each group is a copy that
+// What is constant during a run, in both lanes where pairs need it. Each group is a copy that
 // one function writes.
 struct PipelineSettings {
-    // MappedParameters::stage
+    // MappedParameters::writeTo
     Pair releaseCoef;
     PairGlide sense, range, reso, dry, wet;
 
-    // LevelFollower::stage
+    // LevelFollower::writeTo
     Pair sectionsB0, sectionsB1, sectionsFb1;  // of the shelf and the high-pass, a lane each
     Pair detectorGain;
     double smootherPole, smootherInput;
 
-    // SignalPath::stageSweep
+    // SignalPath::writeSweep
     Pair offsetBase;   // samples, 0 or less: minus the delay without sweep
     Pair offsetDepth;  // samples: what a full sweep adds
     Pair wetDelayGain;
 
-    // SignalPath::stageFades; read only if kSwitching
+    // SignalPath::writeFades; read only if kSwitching
     Pair fadeCount;  // whole numbers: of the run's first pair
     Pair fadeStep;   // from one pair to the next
     Pair fadeUnit;   // the gain is a count times this

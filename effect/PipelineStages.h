@@ -1,5 +1,6 @@
 #pragma once
 
+#include "effect/Magnitude.h"
 #include "effect/Pair.h"
 #include "effect/Pipeline.h"
 
@@ -35,7 +36,8 @@ public:
     {
     }
 
-    // The exponent's highest bit is set from 2 on, and for infinity and NaN.
+    // The exponent's highest bit is set from kSmallLimit on, and for infinity and NaN.
+    static_assert(kSmallLimit == 2.0);
     bool inputIsSmall() const { return (inputBits >> 62) % 2 == 0; }
 
     void detect(std::ptrdiff_t i)
@@ -89,7 +91,7 @@ public:
         return level > settings.one ? settings.one : level;
     }
 
-    // level: the lower lane counts. Branch-free select; g++ turns the scalar form into a branch that noise
+    // Uses the lower lane of level. Branch-free select; g++ turns the scalar form into a branch that noise
     // mispredicts.
     double followOne(Pair level)
     {

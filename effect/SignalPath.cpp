@@ -1,6 +1,8 @@
 #include "effect/SignalPath.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <type_traits>
 
@@ -38,7 +40,7 @@ SignalPath::SignalPath(double sampleRate, const ParameterValues& values)
       onOffSwitch(sampleRate, values.fOnOff), invertSwitch(sampleRate, 0.0f)
 {
     setInvert();
-    invertSwitch.lastValue = appliedInvert;  // what the sweep stands at, whatever the host sets now
+    invertSwitch.lastValue = appliedInvert;  // not live.fInvert: another thread may just have changed it
 }
 
 void SignalPath::setInvert() noexcept
@@ -50,12 +52,13 @@ void SignalPath::setInvert() noexcept
     parameters.setRangeLow(sweep.rangeLow, live.fRange);
     glidesAreStale = true;
     follower.setSmoother(sweep.smootherFreq, lastSampleRate);
-    follower.stage(settings);
-    stageSweep();
+    follower.writeTo(settings);
+    writeSweep();
 }
 
-// A change of On/Off during its fade-in turns that into a fade-out from the same index; a change of Invert
-// never disturbs a transition.
+// A change of On/Off during its fade-in turns that into a fade-out from the same index; during its
+// fade-out, effect and dry input change places at once. Both jump in level. A change of Invert never
+// disturbs a transition.
 bool SignalPath::takeParameters(bool firstBlock) noexcept
 {
     if (parameters.update(live)) {
@@ -64,14 +67,15 @@ bool SignalPath::takeParameters(bool firstBlock) noexcept
     }
     const float onOff = live.fOnOff;
     const float invert = live.fInvert;
-    if (firstBlock)
+    if (firstBlock) {
+        onOffSwitch.lastValue = onOff;
+        invertSwitch.lastValue = invert;
         setInvert();
-    else {
-        if (onOff != onOffSwitch.lastValue)
-            onOffSwitch.state = FadeSwitch::kFadingOut;
-        if (invert != invertSwitch.lastValue && invertSwitch.state == FadeSwitch::kIdle)
-            invertSwitch.state = FadeSwitch::kFadingOut;
     }
+    if (onOff != onOffSwitch.lastValue)
+        onOffSwitch.state = FadeSwitch::kFadingOut;
+    if (invert != invertSwitch.lastValue && invertSwitch.state == FadeSwitch::kIdle)
+        invertSwitch.state = FadeSwitch::kFadingOut;
     onOffSwitch.lastValue = onOff;
     invertSwitch.lastValue = invert;
     return std::isnan(onOff) || std::isnan(invert);
@@ -121,13 +125,15 @@ template void SignalPath::process(const float*, float*, VstInt32) noexcept;
 void SignalPath::prepareGlides(VstInt32 frames) noexcept
 {
     gainsAreModerate = parameters.areModerate();
-    if (!gainsAreModerate)
+    if (!gainsAreModerate) {
         parameters.dropInvalidStarts();
+        gainsAreModerate = parameters.areModerate();
+    }
     const bool isStable = gainsAreModerate || parameters.areStable();
     if (isStable && !wasStable)
         clearMemory();
     wasStable = isStable;
-    parameters.stage(settings, frames);
+    parameters.writeTo(settings, frames);
     gliding = parameters.areGliding();
     glidesAreStale = gliding;
     widestRange = std::max(parameters.range.start, parameters.range.target);
@@ -140,8 +146,8 @@ VstInt32 SignalPath::runLength(VstInt32 framesLeft) const noexcept
                      delayLine.samplesToWrap(), VstInt32{kMaxRunLength}});
 }
 
-// soFar: of the block's runs before this one. Small input shows that the run is fine; otherwise the line
-// does, since each input is written to it.
+// soFar: of the block's runs before this one. If the input is small the run is moderate; otherwise the
+// line's new entries are inspected, since each input is written there.
 Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
 {
     const auto length = static_cast<std::size_t>(run.length);
@@ -164,7 +170,7 @@ bool SignalPath::effectIsOn() const noexcept
     return (live.fOnOff == 1.0f) != (onOffSwitch.state == FadeSwitch::kFadingOut);
 }
 
-void SignalPath::stageSweep() noexcept
+void SignalPath::writeSweep() noexcept
 {
     settings.offsetBase = inBothLanes(-sweepBase);
     settings.offsetDepth = inBothLanes(appliedInvert == 1.0f ? -sweepDepth : sweepDepth);
@@ -184,8 +190,8 @@ void SignalPath::advance(VstInt32 samples) noexcept
         invertSwitch.state = FadeSwitch::kFadingOut;
 }
 
-// The end of a block that was not moderate throughout. worst: of its runs. Returns true if every sample and
-// every state is finite.
+// The end of a block that was not moderate throughout. worst: the largest Magnitude of its runs. Returns
+// true if every sample and every state is finite.
 bool SignalPath::staysFinite(Magnitude worst) noexcept
 {
     memoryIsModerate = gainsAreModerate && follower.isModerate() && delayLine.isModerate();

@@ -32,7 +32,8 @@ class SignalPath
 {
 public:
     // sampleRate: Hz, kMinSampleRate .. kMaxSampleRate. live: what the host sets; outlives the path, and
-    // stands still during its operations. All glides start from 0. May throw std::bad_alloc.
+    // stands still during takeParameters, process and reset; in the other operations single values may
+    // change. All glides start from 0. May throw std::bad_alloc.
     SignalPath(double sampleRate, const ParameterValues& live);
 
     // Takes the live values over: maps what changed, and starts the fades of switches that changed, unless
@@ -46,7 +47,7 @@ public:
     template <typename Sample>
     void process(const Sample* input, Sample* output, VstInt32 frames) noexcept;
 
-    // Sets the sweep up for the live "Invert" value; the smoothed level goes on.
+    // Sets the sweep up for the live "Invert" value at once, without a fade. Keeps the smoothed level.
     void setInvert() noexcept;
 
     void clearLine() noexcept { delayLine.clear(); }
@@ -54,8 +55,11 @@ public:
     // As after long silence, with the live values in force at once: fades and glides have ended.
     void reset() noexcept;
 
-    // How far the teeth are swept of what "Range" allows: 0 .. 1, or beyond if parameters are.
-    float sweep() const noexcept { return static_cast<float>(follower.level()); }
+    // The smoothed envelope e of the last sample, limited to 0 .. 1.
+    float sweep() const noexcept { return static_cast<float>(std::clamp(follower.level(), 0.0, 1.0)); }
+
+    // The delay p at the end of the last block, in samples; not limited to the line.
+    double delay() const noexcept { return delayFor(follower.level(), parameters.range.start); }
 
     const double lastSampleRate;  // Hz
 
@@ -68,8 +72,8 @@ private:
     bool delayStaysAboveTwo() const noexcept;
 
     void prepareGlides(VstInt32 frames) noexcept;
-    void stageSweep() noexcept;
-    void stageFades(bool effectOn) noexcept;
+    void writeSweep() noexcept;
+    void writeFades(bool effectOn) noexcept;
     VstInt32 runLength(VstInt32 framesLeft) const noexcept;
     void advance(VstInt32 samples) noexcept;
     bool staysFinite(Magnitude worst) noexcept;

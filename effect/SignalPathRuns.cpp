@@ -2,8 +2,8 @@
 
 // The samples of one run: two at a time through the pipeline, or one by one.
 
-// The quick form of processEachSample, for moderate gains and memory; short runs, a last odd sample and
-// runs in which both switches fade are left to that. Returns true if every input is small.
+// The quick form of processEachSample, for moderate gains and memory. Short runs, a last odd sample and
+// runs in which both switches fade are passed to processEachSample. Returns true if every input is small.
 bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
 {
     const bool onOffFades = onOffSwitch.state != FadeSwitch::kIdle;
@@ -12,7 +12,7 @@ bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
         return processEachSample(run, 0, effectOn);
     const bool switching = onOffFades || invertFades || !effectOn;
     if (switching)
-        stageFades(effectOn);
+        writeFades(effectOn);
 
     // This stretch of the line was last touched a lap ago: it arrives while the pipeline fills.
     for (std::ptrdiff_t i = 0; i < DelayLine::kPrefetched; i += 8)
@@ -70,7 +70,7 @@ bool SignalPath::delayStaysAboveTwo() const noexcept
 }
 
 // At most one switch fades, or the dry input is produced, which only On/Off fades.
-void SignalPath::stageFades(bool effectOn) noexcept
+void SignalPath::writeFades(bool effectOn) noexcept
 {
     const bool isOnOff = onOffSwitch.state != FadeSwitch::kIdle || !effectOn;
     const FadeSwitch::Gain gain = isOnOff ? onOffSwitch.gain() : invertSwitch.gain();

@@ -16,11 +16,14 @@ inline constexpr VstInt32 kNumPrograms = 16;
 // makes the sound. One channel.
 //
 // Which thread may call what:
-//     blocks, reset                      the audio thread, one at a time
-//     setSampleRate, resume, setInvert   any thread, but never during a block
-//     parameters, programs, texts        any thread, at any time, except that a renaming must not overlap a
+//     blocks, reset                      one thread at a time: the audio thread, or any while nothing plays
+//     setSampleRate, resume, setInvert   any thread, but one at a time and never during a block or reset
+//     parameters, names, texts           any thread, at any time, except that a renaming must not overlap a
 //                                        reading of names
+//     setProgram                         any thread, but one at a time
 //     sweep                              any thread, at any time
+//     rateInForce                        any thread, but never during setSampleRate
+//     delay                              as for blocks
 // A block holds paramMutex from beginning to end, so what is set meanwhile takes effect with the next block.
 class Wail : public K_TypeBase
 {
@@ -32,7 +35,8 @@ public:
     void resume() override;
 
     // Hz, kMinSampleRate .. kMaxSampleRate. A new rate starts from silence, and all glides from 0. A rate
-    // out of range, the rate in force, and one for which there is no memory change nothing.
+    // out of range, the rate in force, and one for which there is no memory change nothing. The base's own
+    // rate, which its text helpers use, stays 44.1 kHz.
     void setSampleRate(float newSampleRate) override;
 
     // Does nothing: the effect works in double precision.
@@ -52,11 +56,18 @@ public:
     // glide. Does nothing if no rate is set yet. Never allocates.
     void reset() noexcept;
 
-    // Returns the sample rate in force, in Hz; 0 if no rate is set yet. Not during setSampleRate.
+    // Returns the sample rate in force, in Hz; 0 if no rate is set yet.
     double rateInForce() const noexcept { return signalPath != nullptr ? signalPath->lastSampleRate : 0.0; }
 
-    // Returns how far the teeth were swept of what "Range" allows at the end of the last block, 0 .. 1.
-    float sweep() const noexcept { return std::clamp<float>(lastSweep, 0.0f, 1.0f); }
+    // Returns the smoothed envelope at the end of the last block, limited to 0 .. 1: how far the teeth were
+    // swept of what "Range" allows.
+    float sweep() const noexcept { return lastSweep; }
+
+    // Returns the comb's delay at the end of the last block, in seconds; 0 if no rate is set yet.
+    double delay() const noexcept
+    {
+        return signalPath != nullptr ? std::max(0.0, signalPath->delay() / signalPath->lastSampleRate) : 0.0;
+    }
 
     // Keep and return any value unchanged; an index out of range is ignored and reads 0.
     void setParameter(VstInt32 index, float value) override;
@@ -88,7 +99,8 @@ public:
     VstInt32 getDryInSigNum() override { return -1; }
     void getParameterDisplayOf(VstInt32 index, float value, char* text) override;
 
-    // Sets the sweep up for the current "Invert" value. Does nothing if no rate is set yet.
+    // Sets the sweep up for the current "Invert" value at once, without a fade. Does nothing if no rate is
+    // set yet. The last slot of the table: what adapters use above must not become virtual.
     virtual void setInvert();
 
 private:

@@ -34,8 +34,8 @@ public:
     explicit IIRFilter(filterPrm_tag* prm) noexcept;
     virtual ~IIRFilter() = default;
 
-    // "Filter design execute": sets coef from *prm and writes the corrected freq and q back to it. Costs three
-    // tangents and more, so call it when a parameter changes, not for every sample.
+    // "Filter design execute": sets coef from *prm and writes the corrected freq and q back to it. Costs
+    // three tangents and more, so call it when a parameter changes, not for every sample.
     void FDexcute(filterPrm_tag* prm) noexcept;
 
     // Designs likewise, for ipIirProcessing to glide linearly from the previous coefficients to the new ones.
@@ -76,8 +76,8 @@ private:
         }
         const double y = c.b0 * x + z1;
         z1 = (c.b1 * x + z2) + c.fb1 * y;
-        // A first-order section keeps 0, also if x or y is infinite (0 * inf is NaN). Coefficients other than 0
-        // mean that it is still gliding away from a second-order design.
+        // A first-order section keeps 0, also if x or y is infinite (0 * inf is NaN). Coefficients other
+        // than 0 mean that it is still gliding away from a second-order design.
         const bool isFirstOrder = sections == 1 && c.b2 == 0.0 && c.fb2 == 0.0;
         z2 = isFirstOrder ? 0.0 : c.b2 * x + c.fb2 * y;
         *sample = y;

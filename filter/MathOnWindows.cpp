@@ -1,7 +1,7 @@
-// MinGW's pow, cos and atanf work in the x87 unit, in whatever precision the calling thread has it set to, and leave
-// their exception flags there. Windows starts threads with 53 bits; with fewer than 64 the last digits of a release
-// or a curve are lost. With the linker's --wrap, calls to these functions arrive here instead: each has the full
-// precision, and the host's x87 state is back afterwards.
+// MinGW's pow, cos and atanf work in the x87 unit, in whatever precision the calling thread has it set to,
+// and leave their exception flags there. Windows starts threads with 53 bits; with fewer than 64 the last
+// digits of a release or a curve are lost. With the linker's --wrap, calls to these functions arrive here
+// instead: each has the full precision, and the host's x87 state is back afterwards.
 
 namespace
 {

@@ -9,8 +9,8 @@ class AEffEditor;
 // to a virtual operation, and gives every operation its default.
 //
 // Hosts call the virtual operations by their position in the object's table, through AudioEffectX and
-// K_TypeBase too: none may move, and a new one goes to the end of the last class. The destructor takes the
-// table's first two entries; dispatcher is the third.
+// K_TypeBase too: none may move, and a new one goes to the end of the effect's own class. The destructor
+// takes the table's first two entries; dispatcher is the third.
 //
 // Texts: the caller's buffer holds 8 characters and a terminator for a parameter's name, label or value, 23
 // and a terminator for a program name. A null buffer is ignored. No operation of the base takes a lock: call

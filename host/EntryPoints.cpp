@@ -22,7 +22,7 @@ K_TypeIF* makeInterface(audioMasterCallback audioMaster) noexcept
         AudioEffect* const effect = createPluginFilter(audioMaster);
         if (effect == nullptr)
             return nullptr;
-        // Through the record, as the host will reach the effect.
+        // By the record's own pointer to the object: what the host will call has been reached once.
         auto* const object = static_cast<AudioEffect*>(effect->getAeffect()->object);
         interface->aeffect = object->getAeffect();
     } catch (...) {

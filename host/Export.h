@@ -1,7 +1,7 @@
 #pragma once
 
-// Declares a function or object that a module exports under its C name. The module's exportOnly() in CMake names
-// it once more, so that nothing else is exported.
+// Declares a function or object that a module exports under its C name. The module's exportOnly() in CMake
+// names it once more, so that nothing else is exported.
 #ifdef _WIN32
 #define WAIL_EXPORT extern "C" __declspec(dllexport)
 #else

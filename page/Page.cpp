@@ -1,5 +1,6 @@
-// The effect for a page in a browser: plain functions around it, exported from a WebAssembly module. One thread
-// per module instance. What is invalid calls the page's fail(message), which throws there.
+// The effect for a page in a browser: plain functions around it, exported from a WebAssembly module. One
+// thread per module instance. An invalid argument calls fail(message), which the page supplies and which
+// throws.
 
 #include "effect/Wail.h"
 #include "host/VstRecords.h"
@@ -16,11 +17,11 @@
 
 extern "C" {
 
-// The page's: throws there, with the message.
+// Supplied by the page: throws there, with the message.
 [[noreturn, clang::import_module("page"), clang::import_name("fail")]] void fail(const char* message);
 
-// This module has no exceptions of its own: a throw ends the call, and what was on the stack is not destroyed.
-// So what can throw runs in a module instance of its own.
+// This module has no exceptions of its own: a throw ends the call, and what was on the stack is not
+// destroyed. So what can throw runs in a module instance of its own.
 void* __cxa_allocate_exception(std::size_t size)
 {
     return std::malloc(size);
@@ -37,9 +38,9 @@ namespace
 
 constexpr int kLongestLiveBlock = 128;  // frames, as browsers cut sound
 
-// Live, digital silence is this, far below what a float output can show: the states of the effect then never
-// reach the subnormal numbers, on which processors are slow and which WebAssembly cannot flush. A square wave,
-// because the detector stops a constant. Any float but 0 plus this is that float, to the bit.
+// Live, digital silence is this, far below what a float output can show: the states of the effect then
+// never reach the subnormal numbers, on which processors are slow and which WebAssembly cannot flush. A
+// square wave, because the detector stops a constant. Any float but 0 plus this is that float, to the bit.
 constexpr double kFloor = 1e-150;
 
 // One channel of sound.
@@ -126,8 +127,7 @@ EXPORT(processLive) float processLive(Channel* channel, float* samples, int fram
     const int count = std::min(frames, kLongestLiveBlock);
     channel->floor = -channel->floor;
     double* const block = channel->block.data();
-    std::uint32_t peak =
-        0;  // magnitudes are in the order of their bits, which compilers compare four at once
+    std::uint32_t peak = 0;  // bits, in whose order magnitudes are; compilers compare four at once
     for (int i = 0; i < count; ++i)
         peak = std::max(peak, std::bit_cast<std::uint32_t>(samples[i]) & 0x7fffffffu);
     for (int i = 0; i < count; ++i)
@@ -145,13 +145,9 @@ EXPORT(sweep) float sweep(const Channel* channel)
 }
 
 // The delay of the comb there, in seconds.
-EXPORT(delay) double delay(Channel* channel)
+EXPORT(delay) double delay(const Channel* channel)
 {
-    const bool isInverted = channel->effect.getParameter(kInvert) == 1.0f;
-    const double low = isInverted ? 0.25 : 0.75;
-    const double range = low + (1.0 - low) * std::sqrt(channel->effect.getParameter(kRange));
-    const double way = sweep(channel) * range;
-    return isInverted ? 0.0003125 + 0.001833333333 * way : 0.001458333333 * (1.0 - way);
+    return channel->effect.delay();
 }
 
 // Name, text of a value and default of a parameter, each as the effect has it.

@@ -1,9 +1,9 @@
 #pragma once
 
-// The CLAP 1.2 binary interface, as far as an effect without a window needs it: records of functions that host
-// and plug-in give each other. Order, sizes and values are read by hosts. Nothing is packed; strings are
-// zero-terminated UTF-8. [main]: the host's main thread; [audio]: the one thread at a time that has the audio
-// role for an instance; [any]: any thread. main and audio functions run concurrently.
+// The CLAP 1.2 binary interface, as far as an effect without a window needs it: records of functions that
+// host and plug-in give each other. Order, sizes and values are read by hosts. Nothing is packed; strings
+// are zero-terminated UTF-8. [main]: the host's main thread; [audio]: the one thread at a time that has the
+// audio role for an instance; [any]: any thread. main and audio functions run concurrently.
 
 #include <cstddef>
 #include <cstdint>
@@ -28,8 +28,8 @@ constexpr bool isCompatible(const Version& version)
     return version.major >= 1;
 }
 
-// What the library exports: a constant of this type, named clap_entry. init and deinit come in pairs, which may
-// nest, never concurrently; getFactory [any] returns null for an unknown id.
+// What the library exports: a constant of this type, named clap_entry. init and deinit come in pairs, which
+// may nest, never concurrently; getFactory [any] returns null for an unknown id.
 struct Entry {
     Version version;
     bool (*init)(const char* pluginPath);

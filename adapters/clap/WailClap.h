@@ -12,9 +12,10 @@ extern const clap::Descriptor kWailDescriptor;
 
 // One instance of the effect for CLAP hosts.
 //
-// A block is cut at parameter events and nowhere else: the samples before an event are one block of the effect, and
-// glides run through each. Values that a state or preset sets on the main thread reach the effect at the start of the
-// next block, so the audio thread never waits for the main thread. No memory is allocated while active.
+// A block is cut at parameter events and nowhere else: the samples before an event are one block of the
+// effect, and glides run through each. Values that a state or preset sets on the main thread reach the
+// effect at the start of the next block, so the audio thread never waits for the main thread. No memory is
+// allocated while active.
 //
 // Operations are those of the record, on the threads named there, and check what hosts may get wrong.
 class WailClap
@@ -24,7 +25,7 @@ public:
     explicit WailClap(const clap::Host& host);
     WailClap(const WailClap&) = delete;
 
-    // What the host calls the instance by. Its destroy deletes the instance.
+    // The record through which the host calls the instance. Its destroy deletes the instance.
     const clap::Plugin* record() const noexcept { return &ownRecord; }
 
 private:
@@ -41,7 +42,8 @@ private:
 
     void init();
 
-    // Hz, kMinSampleRate .. kMaxSampleRate. Returns false for other rates, if memory is short, or while active.
+    // Hz, kMinSampleRate .. kMaxSampleRate. Returns false for other rates, if memory is short, or while
+    // active.
     bool activate(double sampleRate);
     void reset();
     clap::ProcessStatus process(const clap::Process& block);

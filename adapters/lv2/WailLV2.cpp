@@ -14,7 +14,8 @@ namespace
 // Indices of the ports, as in wail.ttl. The first ones are the parameters, in the order of their indices.
 enum Port : VstInt32 { kInput = kNumParams, kOutput, kSweep };
 
-// One instance. Ports that the host leaves unconnected are ignored; without its two audio ports it does nothing.
+// One instance. Ports that the host leaves unconnected are ignored; without its two audio ports it does
+// nothing.
 class WailLV2
 {
 public:
@@ -56,8 +57,8 @@ public:
     }
 
 private:
-    // Sets a parameter from its port: a value out of range is brought to the nearer end, the last one stays if it is
-    // NaN. As the toggled property says, a switch is on above 0; the effect's are on at exactly 1.
+    // Sets a parameter from its port: a value out of range is brought to the nearer end, the last one stays
+    // if it is NaN. As the toggled property says, a switch is on above 0; the effect's are on at exactly 1.
     void follow(VstInt32 index, const float* control) noexcept
     {
         if (control == nullptr || std::isnan(*control))

@@ -1,9 +1,9 @@
 // Writes the LV2 bundle's data to standard output, at build time.
 //
-// write_turtle plugin TEMPLATE: writes wail.ttl. In the template, {uri} stands for the plug-in's URI and {SYMBOL} for
-// the index, symbol, name, kind, default and range of a parameter's port.
-// write_turtle presets: writes presets.ttl, with the shipped presets.
-// Exit status 1 if the template cannot be read, lacks a parameter, or has another name in braces.
+// write_turtle plugin TEMPLATE: writes wail.ttl. In the template, {uri} stands for the plug-in's URI and
+// {SYMBOL} for the index, symbol, name, kind, default and range of a parameter's port. write_turtle
+// presets: writes presets.ttl, with the shipped presets. Exit status 1 if the template cannot be read,
+// lacks a parameter, or has another name in braces.
 
 #include "adapters/FactoryPresets.h"
 #include "effect/Parameters.h"
@@ -27,7 +27,8 @@ std::string quoted(const std::string& text)
     return result + '"';
 }
 
-// The shortest decimal that reads as the same number. It has a point: hosts take numbers without for integers.
+// The shortest decimal that reads as the same number. It has a point: hosts take numbers without for
+// integers.
 std::string textOf(float value)
 {
     char digits[64];

@@ -9,8 +9,8 @@
 namespace
 {
 
-// The effect for hosts that process in single precision, list programs in a menu and draw switches as sliders.
-// Where it differs from Wail:
+// The effect for hosts that process in single precision, list programs in a menu and draw switches as
+// sliders. Where it differs from Wail:
 //     - its first programs are the shipped presets, and the others have numbers in their names;
 //     - parameters stay within 0 .. 1, and a switch is on from 0.5 and reads back 0 or 1;
 //     - a sound starts at its settings instead of gliding there from 0.
@@ -91,8 +91,8 @@ private:
 
 }  // namespace
 
-// The interface's standard main function. Returns a new effect, which the host ends with effClose; null if the
-// callback is null, answers 0 to audioMasterVersion or throws, and if there is no memory.
+// The interface's standard main function. Returns a new effect, which the host ends with effClose; null if
+// the callback is null, answers 0 to audioMasterVersion or throws, and if there is no memory.
 WAIL_EXPORT AEffect* VSTPluginMain(audioMasterCallback audioMaster)
 {
     try {

@@ -46,7 +46,7 @@ std::int64_t framesIn(double seconds, double sampleRate);
 RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
                     const RenderTaps& taps);
 
-// The settings with their gain, for which the file is rendered once if it was none. Throws Error, also if the
+// The settings with their gain, if no gain is set, renders the file once to find it. Throws Error, also if the
 // input is a pipe.
 RenderSettings withGain(RenderSettings settings, const std::filesystem::path& file, const Bundle& bundle);
 

@@ -71,7 +71,7 @@ void randomHostCalls(Random& random, Twins& twins, bool extreme)
         else if (!isSwitch && random.oneIn(2))
             twins.set(index, extreme && random.oneIn(2) ? 1.0f : random.share());
     }
-    const float wild[] = {-0.5f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
+    const float wild[] = {-0.5f, -1.0f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
     if (random.oneIn(20))
         twins.set(random.pick(std::array{kSense, kReso, kRange, kBalance, kEnvelope}), random.pick(wild));
     if (random.oneIn(40))
@@ -158,6 +158,20 @@ TEST(Processing, FindsAnOverflowHoweverLateItComes)
                 const std::vector<double>& input = block < 50 ? steady : block == 50 ? square : silence;
                 ASSERT_TRUE(twins.agreeOn(input)) << peak << " block " << block;
             }
+        }
+    }
+}
+
+// -1 before the first block counts as the value mapped last, and NaN as a change.
+TEST(Processing, TakesOddValuesBeforeTheFirstBlock)
+{
+    for (const VstInt32 index : {kOnOff, kSense, kReso, kRange, kBalance, kInvert, kEnvelope}) {
+        for (const float value : {-1.0f, NAN}) {
+            Twins twins;
+            twins.set(index, value);
+            twins.setRate(48000.0f);
+            for (const std::size_t length : {300, 15, 300})
+                ASSERT_TRUE(twins.agreeOn(noise(length))) << index << " at " << value;
         }
     }
 }

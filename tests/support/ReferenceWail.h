@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 // An independent model of the effect's sound path, written plainly: it computes every gain, glide and filter anew for
@@ -26,6 +27,8 @@ public:
         written = 0;
         envelope = smoothed = 0.0;
         from = to = {};
+        mapped.fill(-1.0f);
+        release = 0.9;
         wasStable = true;
         const auto warped = [rate](double f) {
             return std::tan(3.141592653589794 * std::min(f, 0.5 * rate) / rate);
@@ -46,22 +49,35 @@ public:
         if (line.empty())
             return input;
         const FlushToZero flush;
-        const auto& [pOnOff, pSense, pReso, pRange, pBalance, pInvert, pEnvelope] = programs[program];
-        if (first)
+        const std::array<float, 7>& values = programs[program];
+        const auto& [pOnOff, pSense, pReso, pRange, pBalance, pInvert, pEnvelope] = values;
+        const auto isNew = [&](std::size_t index) {
+            return values[index] != std::exchange(mapped[index], values[index]);
+        };
+        if (isNew(1))
+            to[0] = curve(pSense, 0.630957344, 3.16);
+        if (isNew(2))
+            to[2] = curve(pReso, 0.250007629627369, 0.935789056062502);
+        if (isNew(3))
+            to[1] = curve(pRange, rangeLow, 1.0, 0.5);
+        if (isNew(4)) {
+            const double below = pBalance - 1.0f;
+            to[3] = static_cast<float>(1.0 - std::pow(static_cast<double>(pBalance), 2.0));
+            to[4] = static_cast<float>(1.0 - std::pow(below, 2.0));
+        }
+        if (isNew(6))
+            release = std::pow(curve(pEnvelope, 0.9, 0.999908444471572), 48000.0 / fs);
+        if (std::exchange(first, false)) {
+            onOff.last = pOnOff;
+            invert.last = pInvert;
             invertSweep();
-        const double above = pBalance - 1.0f;
-        to = {curve(pSense, 0.630957344, 3.16), curve(pRange, rangeLow, 1.0, 0.5),
-              curve(pReso, 0.250007629627369, 0.935789056062502),
-              static_cast<float>(1.0 - std::pow(static_cast<double>(pBalance), 2.0)),
-              static_cast<float>(1.0 - std::pow(above, 2.0))};
-        release = std::pow(curve(pEnvelope, 0.9, 0.999908444471572), 48000.0 / fs);
-        if (pOnOff != onOff.last && !first)
+        }
+        if (pOnOff != onOff.last)
             onOff.state = 1;
-        if (pInvert != invert.last && invert.state == 0 && !first)
+        if (pInvert != invert.last && invert.state == 0)
             invert.state = 1;
         onOff.last = pOnOff;
         invert.last = pInvert;
-        first = false;
 
         const double inc = input.size() > 1 ? 1.0 / static_cast<double>(input.size() - 1) : 0.0;
         for (std::size_t v = 0; v < 5; ++v) {
@@ -189,6 +205,7 @@ private:
     Switch onOff{}, invert{};
     Section shelf{}, highpass{};
     std::array<double, 5> from{}, step{}, to{};  // sense, range, reso, dry, wet
+    std::array<float, 7> mapped{};               // the values that the last blocks had
     double release = 0.0, envelope = 0.0, smoothed = 0.0, pole = 0.0;
     double base = 0.0, depth = 0.0, rangeLow = 0.0;
     float applied = 0.0f;
