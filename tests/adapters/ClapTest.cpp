@@ -55,7 +55,7 @@ TEST_F(Clap, DescribesItselfAsListed)
 {
     const clap::Plugin* const plugin = instance.plugin;
     std::ostringstream listed, expected;
-    listed.precision(9);
+    listed.precision(17);
     const clap::Descriptor& descriptor = *plugin->descriptor;
     EXPECT_EQ(descriptor.pluginVersion, std::string(WAIL_VERSION));
     listed << descriptor.id;
@@ -63,18 +63,18 @@ TEST_F(Clap, DescribesItselfAsListed)
         listed << ' ' << *feature;
     const auto& params = instance.ask<clap::Params>(clap::kParams);
     listed << '\n' << params.count(plugin) << " parameters\n";
-    clap::ParamInfo info;
-    std::memset(&info, 0x55, sizeof info);
-    for (std::uint32_t index = 0; params.getInfo(plugin, index, &info); ++index) {
-        listed << info.id << ' ' << info.module << info.name << ", flags " << info.flags << ": "
-               << info.defaultValue << " in " << info.minValue << " to " << info.maxValue << '\n';
-        EXPECT_TRUE(info.defaultValue == kClapDefaults[index] && info.cookie == nullptr);
+    for (std::uint32_t index = 0; index <= 7; ++index) {
+        clap::ParamInfo info;
         std::memset(&info, 0x55, sizeof info);
+        if (params.getInfo(plugin, index, &info))
+            listed << info.id << ' ' << info.module << info.name << ", flags " << info.flags << ": "
+                   << info.defaultValue << " in " << info.minValue << " to " << info.maxValue
+                   << (info.cookie == nullptr ? "\n" : ", with a cookie\n");
     }
     const auto& ports = instance.ask<clap::AudioPorts>(clap::kAudioPorts);
-    clap::AudioPortInfo port{};
-    for (const bool isInput : {true, false}) {
-        for (std::uint32_t index = 0; ports.get(plugin, index, isInput, &port); ++index)
+    for (const std::uint32_t place : {0, 1, 2, 3}) {
+        clap::AudioPortInfo port{};
+        if (ports.get(plugin, place / 2, place % 2 == 0, &port))
             listed << port.name << ' ' << port.id << ", flags " << port.flags << ", " << port.channelCount
                    << ' ' << port.portType << ", in place with " << port.inPlacePair << '\n';
     }
@@ -228,11 +228,8 @@ TEST_F(Clap, TurnsDownWhatHostsGetWrong)
     instance.deactivate();
     EXPECT_TRUE(instance.activate(3072000.0));
     clap::AudioBuffer empty{};
-    clap::Process block{};
-    EXPECT_EQ(instance.plugin->process(instance.plugin, &block), clap::kProcessError);
-    block.inputs = block.outputs = &empty;
-    block.inputCount = block.outputCount = 1;
-    EXPECT_EQ(instance.plugin->process(instance.plugin, &block), clap::kProcessError);
+    for (const auto& block : {clap::Process{}, {0, 1, nullptr, &empty, &empty, 1, 1, nullptr, nullptr}})
+        EXPECT_EQ(instance.plugin->process(instance.plugin, &block), clap::kProcessError);
 
     const clap::Entry& entry = clapEntry();
     for (const char* const id :
