@@ -1,15 +1,51 @@
-#include "tests/adapters/Lv2Host.h"
-#include "tests/adapters/Vst24Host.h"
 #include "tests/support/Allocations.h"
+#include "tests/support/ShippedPresets.h"
 #include "tests/support/Signals.h"
+#include "tests/support/TestHost.h"
 
-#include <algorithm>
+#include <gtest/gtest.h>
+#include <lilv/lilv.h>
+
 #include <cfloat>
+#include <sstream>
 
 namespace
 {
 
-using Adapters = Lv2;
+// The main function of the built VST 2.4 module. Returns null if it refuses the host.
+AEffect* (*const makeVst24)(audioMasterCallback) =
+    reinterpret_cast<AEffect* (*)(audioMasterCallback)>(findSymbol(loadLibrary(WAIL_VST24), "VSTPluginMain"));
+
+// A host of the built LV2 bundle alone, and an effect of the built VST 2.4 module. The bundle's ports: the parameters
+// by their indices, then input, output and sweep.
+class Adapters : public testing::Test
+{
+protected:
+    Adapters() { lilv_world_load_bundle(world.get(), node("file://" WAIL_LV2 "/").get()); }
+
+    std::shared_ptr<LilvNode> node(const std::string& uri) const
+    {
+        return {lilv_new_uri(world.get(), uri.c_str()), lilv_node_free};
+    }
+    const LilvPlugin* plugin() const
+    {
+        return lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world.get()), node("urn:korva:wail").get());
+    }
+    std::shared_ptr<LilvInstance> instance(double rate = 48000.0) const  // null if the plug-in refuses
+    {
+        LilvInstance* const made = lilv_plugin_instantiate(plugin(), rate, nullptr);
+        return made == nullptr ? nullptr : std::shared_ptr<LilvInstance>(made, lilv_instance_free);
+    }
+    static void run(LilvInstance* instance, const float* input, float* output, std::size_t frames)
+    {
+        lilv_instance_connect_port(instance, 7, const_cast<float*>(input));
+        lilv_instance_connect_port(instance, 8, output);
+        lilv_instance_run(instance, static_cast<std::uint32_t>(frames));
+    }
+
+    const Plugin vst24{makeVst24(hostCallback)};
+    const std::shared_ptr<LilvWorld> world{lilv_world_new(), lilv_world_free};
+};
 
 // What a host may send to set a value of 0 .. 1: for an end anything beyond it, for a switch anything on its side.
 float sentFor(float value, bool isSwitch, float threshold, Random& random)
@@ -37,10 +73,10 @@ TEST_F(Adapters, SoundAsTheBundleFromTheFirstSampleOnAndAllocateNothing)
 {
     Random random{std::mt19937(7)};
     const std::vector<double> source = strokes(1 << 16, 6000);
-    const Plugin bundle, vst24{makeVst24(hostCallback)};
+    const Plugin bundle;
     bundle.setRate(48000.0f);
     vst24.setRate(48000.0f);
-    const auto lv2 = instance(48000.0);
+    const auto lv2 = instance();
     float controls[7];
     for (unsigned index = 0; index < 7; ++index)
         lilv_instance_connect_port(lv2.get(), index, &controls[index]);
@@ -90,4 +126,150 @@ TEST_F(Adapters, SoundAsTheBundleFromTheFirstSampleOnAndAllocateNothing)
         ASSERT_EQ(ofVst24, expected) << block;
         ASSERT_EQ(ofLv2, expected) << block;
     }
+}
+
+TEST_F(Adapters, RefuseHostsAndRatesThatCannotWorkAndLeaveNothing)
+{
+    EXPECT_EQ(makeVst24(nullptr), nullptr);
+    EXPECT_EQ(makeVst24([](auto...) -> VstIntPtr { return 0; }), nullptr);
+    EXPECT_EQ(makeVst24([](auto...) -> VstIntPtr { throw 0; }), nullptr);
+    using Describe = const LV2_Descriptor* (*)(std::uint32_t);
+    const auto describe =
+        reinterpret_cast<Describe>(findSymbol(loadLibrary(WAIL_LV2 "/wail.so"), "lv2_descriptor"));
+    EXPECT_EQ(describe(1), nullptr);
+    const auto before = Allocations::live.load();
+    for (const double rate : {62.4, 3072001.0, -48000.0, double{NAN}})
+        EXPECT_EQ(instance(rate), nullptr) << rate;
+    for (const double rate : {62.5, 3072000.0})
+        EXPECT_NE(instance(rate), nullptr) << rate;
+    const auto makeVst24AndEnd = [] {
+        AEffect* const made = makeVst24([](auto...) -> VstIntPtr { return 1; });
+        return made != nullptr && (Plugin{made}, true);  // which closes it
+    };
+    const auto makeLv2AndEnd = [&wail = *describe(0)] {
+        const LV2_Handle made = wail.instantiate(&wail, 48000.0, "", nullptr);
+        return made != nullptr && (wail.cleanup(made), true);
+    };
+    EXPECT_GE(Allocations::failEach(makeVst24AndEnd), 2);  // the effect and its programs
+    EXPECT_GE(Allocations::failEach(makeLv2AndEnd), 3);
+    EXPECT_EQ(Allocations::live, before);
+}
+
+// In the VST 2.4 module numbered programs follow. In the LV2 bundle they do without "enabled", so that choosing one
+// never ends a bypass.
+TEST_F(Adapters, OfferTheShippedPresets)
+{
+    EXPECT_EQ(vst24.text(effGetProgramName), "Gentle Sweep");
+    std::map<std::string, std::array<float, 7>> programs, expected;
+    for (VstInt32 program = 0; program < 16; ++program) {
+        vst24.dispatch(effSetProgram, 0, program);
+        const std::string name = vst24.text(effGetProgramName);
+        EXPECT_EQ(vst24.text(effGetProgramNameIndexed, program), name);
+        for (VstInt32 index = 0; index < 7; ++index)
+            programs[name][static_cast<std::size_t>(index)] = vst24.get(index);
+    }
+    for (const char* const name : {"Init 11", "Init 12", "Init 13", "Init 14", "Init 15", "Init 16"})
+        expected[name] = {1.0f, 0.84210527f, 0.8f, 0.444f, 1.0f, 0.0f, 1.0f};
+
+    LV2_URID_Map map{nullptr, [](void*, const char* uri) {
+                         static std::map<std::string, LV2_URID> ids;
+                         return ids.try_emplace(uri, ids.size() + 1).first->second;
+                     }};
+    using Ports = std::map<std::string, float>;
+    const auto take = [](const char* symbol, void* ports, const void* value, std::uint32_t, std::uint32_t) {
+        (*static_cast<Ports*>(ports))[symbol] = *static_cast<const float*>(value);
+    };
+    for (const auto& [id, preset] : shippedPresets()) {
+        SCOPED_TRACE(id);
+        const auto& [name, values] = preset;
+        expected[name] = values;
+        const auto uri = node("urn:korva:wail:" + id);
+        lilv_world_load_resource(world.get(), uri.get());
+        const std::shared_ptr<LilvState> state(lilv_state_new_from_world(world.get(), &map, uri.get()),
+                                               lilv_state_free);
+        ASSERT_NE(state, nullptr);
+        EXPECT_EQ(lilv_state_get_label(state.get()), name);
+        Ports ports;
+        lilv_state_emit_port_values(state.get(), take, &ports);
+        EXPECT_EQ(ports, (Ports{{"sense", values[1]},
+                                {"reso", values[2]},
+                                {"range", values[3]},
+                                {"balance", values[4]},
+                                {"invert", values[5]},
+                                {"envelope", values[6]}}));
+    }
+    EXPECT_EQ(programs, expected);
+}
+
+// Also in double precision: a constant input with Balance at 0 and the effect switched on again.
+TEST_F(Adapters, Vst24StartsAtItsSettingsWheneverItIsSwitchedOn)
+{
+    vst24.record->processReplacing(vst24.record, nullptr, nullptr, 0);  // without a sample rate
+    vst24.record->processDoubleReplacing(vst24.record, nullptr, nullptr, 0);
+    vst24.setRate(48000.0f);
+    for (const float balance : {0.0f, 1.0f}) {
+        vst24.dispatch(effMainsChanged, 0, 1);
+        vst24.set(4, balance);
+        std::vector<double> block(20, 0.5);
+        vst24.process(block);
+        EXPECT_EQ(block, std::vector(20, 0.5));  // too short for the comb to add anything
+        vst24.dispatch(effMainsChanged, 0, 0);
+    }
+}
+
+// Though nothing is connected but the audio, and it was never activated.
+TEST_F(Adapters, Lv2ForgetsEverythingWhenItIsActivated)
+{
+    const std::vector<double> signal = noise(2000);
+    const auto lv2 = instance();
+    std::vector<float> first(signal.begin(), signal.end()), second = first;
+    lilv_instance_run(lv2.get(), 2000);
+    run(lv2.get(), first.data(), first.data(), 2000);
+    EXPECT_NE(first, second);
+    lilv_instance_activate(lv2.get());
+    run(lv2.get(), second.data(), second.data(), 2000);
+    EXPECT_EQ(first, second);
+}
+
+// Seconds of full level sweep the teeth all the way, seconds of silence let them rest.
+TEST_F(Adapters, Lv2ShowsHowFarItSweeps)
+{
+    const auto lv2 = instance();
+    float sweep = -1.0f;
+    lilv_instance_connect_port(lv2.get(), 9, &sweep);
+    lilv_instance_run(lv2.get(), 0);
+    EXPECT_EQ(sweep, 0.0f);
+    for (const float level : {1.0f, 0.0f}) {
+        std::vector<float> signal(4 * 48000);
+        for (std::size_t i = 0; i < signal.size(); ++i)
+            signal[i] = i % 100 < 50 ? level : -level;
+        run(lv2.get(), signal.data(), signal.data(), signal.size());
+        EXPECT_NEAR(sweep, level, 0.01);
+    }
+}
+
+TEST_F(Adapters, Lv2DescribesItsPortsAsListed)
+{
+    const std::string core = "http://lv2plug.in/ns/lv2core#", props = "http://lv2plug.in/ns/ext/port-props#";
+    float minima[10], maxima[10], defaults[10];
+    ASSERT_EQ(lilv_plugin_get_num_ports(plugin()), 10u);
+    lilv_plugin_get_port_ranges_float(plugin(), minima, maxima, defaults);
+    std::ostringstream listed, expected;
+    listed.precision(9);
+    for (unsigned index = 0; index < 10; ++index) {
+        const LilvPort* const port = lilv_plugin_get_port_by_index(plugin(), index);
+        const std::shared_ptr<LilvNode> name(lilv_port_get_name(plugin(), port), lilv_node_free);
+        const std::shared_ptr<LilvScalePoints> points(lilv_port_get_scale_points(plugin(), port),
+                                                      lilv_scale_points_free);
+        listed << lilv_node_as_string(name.get()) << ' ' << defaults[index] << " in " << minima[index]
+               << " to " << maxima[index] << ", " << lilv_scale_points_size(points.get()) << " points";
+        for (const std::string& property : {core + "toggled", props + "hasStrictBounds"})
+            listed << (lilv_port_has_property(plugin(), port, node(property).get()) ? ", " + property : "");
+        listed << '\n';
+    }
+    expected << std::ifstream(WAIL_TABLES "/lv2-ports.txt").rdbuf();
+    EXPECT_EQ(listed.str(), expected.str());
+    const auto control = node(core + "InputPort");
+    EXPECT_EQ(lilv_plugin_get_port_by_designation(plugin(), control.get(), node(core + "enabled").get()),
+              lilv_plugin_get_port_by_index(plugin(), 0));
 }

@@ -11,6 +11,7 @@
 // A CLAP host's side of the interface, which writes down what the plug-in tells it.
 struct ClapHost {
     static std::string& told(const clap::Host* host) { return *static_cast<std::string*>(host->data); }
+    static void requestProcess(const clap::Host* host) { told(host) += "process;"; }
     static const void* find(const clap::Host* /*host*/, const char* id)
     {
         static constexpr clap::HostParams kParams{
@@ -25,16 +26,7 @@ struct ClapHost {
     }
 
     std::string calls;
-    clap::Host record{clap::kVersion,
-                      &calls,
-                      "host",
-                      "",
-                      "",
-                      "",
-                      find,
-                      nullptr,
-                      [](auto* host) { told(host) += "process;"; },
-                      nullptr};
+    clap::Host record{clap::kVersion, &calls, "host", "", "", "", find, nullptr, requestProcess, nullptr};
 };
 
 using ClapEvents = std::vector<clap::ParamEvent>;  // sorted by time
@@ -87,29 +79,28 @@ public:
         return params().valueToText(plugin, id, value, text, capacity) ? text : "none";
     }
 
-    // The streams give and take a few bytes a call.
+    // The streams give and take half of the bytes a call.
     std::string save() const
     {
         std::string bytes;
-        const clap::OutputStream stream{&bytes, [](auto* s, const void* from, std::uint64_t size) {
-                                            const std::string taken(
-                                                static_cast<const char*>(from),
-                                                static_cast<std::size_t>(size < 23 ? size : 23));
-                                            static_cast<std::string*>(s->context)->append(taken);
-                                            return static_cast<std::int64_t>(taken.size());
-                                        }};
+        const auto write = [](const clap::OutputStream* stream, const void* from, std::uint64_t size) {
+            const auto taken = static_cast<std::size_t>(size / 2 + 1);
+            static_cast<std::string*>(stream->context)->append(static_cast<const char*>(from), taken);
+            return static_cast<std::int64_t>(taken);
+        };
+        const clap::OutputStream stream{&bytes, write};
         return ask<clap::State>(clap::kState).save(plugin, &stream) ? bytes : "failed";
     }
     bool load(std::string bytes) const
     {
-        const clap::InputStream stream{&bytes, [](auto* s, void* to, std::uint64_t size) {
-                                           auto& left = *static_cast<std::string*>(s->context);
-                                           const auto given =
-                                               left.copy(static_cast<char*>(to),
-                                                         static_cast<std::size_t>(size < 17 ? size : 17));
-                                           left.erase(0, given);
-                                           return static_cast<std::int64_t>(given);
-                                       }};
+        const auto read = [](const clap::InputStream* stream, void* to, std::uint64_t size) {
+            auto& left = *static_cast<std::string*>(stream->context);
+            const std::size_t given =
+                left.copy(static_cast<char*>(to), static_cast<std::size_t>(size / 2 + 1));
+            left.erase(0, given);
+            return static_cast<std::int64_t>(given);
+        };
+        const clap::InputStream stream{&bytes, read};
         return ask<clap::State>(clap::kState).load(plugin, &stream);
     }
     bool loadPreset(const char* key, std::uint32_t kind = clap::kInPlugin) const

@@ -103,9 +103,10 @@ private:
             (modulates && isSwitch))
             return false;
         const double value = std::clamp(event.value, 0.0, 1.0);
-        (modulates ? modulation : values)[event.param] = modulates  ? event.value
-                                                         : isSwitch ? std::floor(value)
-                                                                    : value;
+        if (modulates)
+            modulation[event.param] = event.value;
+        else
+            values[event.param] = isSwitch ? std::floor(value) : value;
         return true;
     }
 
@@ -162,9 +163,7 @@ private:
         const std::size_t length = std::array{1, 2, 13, 63, 256, 300, 1024, 9000}[choose(8)];
         const double peak = std::array{0.0, 1.0, 1e-3, 2.5}[choose(4)];
         const std::vector<double> source = noise(length, peak, choose(256));
-        std::vector<Sample> input;
-        for (const double sample : source)
-            input.push_back(static_cast<Sample>(sample));
+        const std::vector<Sample> input(source.begin(), source.end());
         std::vector<double> wide(input.begin(), input.end());
         const ClapEvents events = randomEvents(choose, length);
         playBundle(wide, events);
@@ -180,9 +179,8 @@ private:
             return "a block allocates";
         if (output != expected)
             return "another sound";
-        const bool isConstant =
-            std::ranges::all_of(output, [&](Sample sample) { return sample == output[0]; });
-        if (instance.constantMask != (isConstant ? 1 : 0))
+        const auto constant = static_cast<std::size_t>(std::ranges::count(output, output[0]));
+        if (instance.constantMask != (constant == length ? 1 : 0))
             return "a wrong mask";
         const bool isQuiet =
             std::ranges::all_of(output, [](Sample sample) { return std::abs(sample) <= 1e-6; });

@@ -4,14 +4,11 @@
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 
 namespace
 {
-
-constexpr std::array kModules{"Wail.dll", "WailVST.dll", "wail.clap"};
 
 // The modules lie in the folder that the variable WAIL_MODULES names, or where they were built.
 std::string pathOf(const std::string& module)
@@ -20,19 +17,15 @@ std::string pathOf(const std::string& module)
     return (std::filesystem::path(folder == nullptr ? WAIL_MODULES : folder) / module).string();
 }
 
-Plugin makePlugin()
-{
-    return Plugin(entryPoint("getinterface", loadLibrary(pathOf("Wail.dll"))));
-}
+// A thread as a host may set it up, which all that the plug-in calculates may depend on.
+struct ThreadState {
+    std::uint16_t x87 = 0x37f;   // control word
+    std::uint32_t sse = 0x1f80;  // MXCSR
+    std::uint64_t stack = 0;     // bytes, a multiple of 16, by which calls find it below a multiple of 64
 
-// What arithmetic depends on, as a thread of a host may have it.
-struct FloatingPointState {
-    std::uint16_t x87;  // control word
-    std::uint32_t sse;  // MXCSR
-
-    static FloatingPointState read()
+    static ThreadState read()
     {
-        FloatingPointState state{};
+        ThreadState state;
         asm volatile("fnstcw %0" : "=m"(state.x87));
         state.sse = _mm_getcsr();
         return state;
@@ -42,44 +35,7 @@ struct FloatingPointState {
         asm volatile("fnclex\n\tfldcw %0" ::"m"(x87));
         _mm_setcsr(sse);
     }
-    bool operator==(const FloatingPointState&) const = default;
 };
-
-std::uint16_t x87Exceptions()
-{
-    std::uint16_t status = 0;
-    asm volatile("fnstsw %0" : "=m"(status));
-    return status & 0x3f;
-}
-
-// A second of strokes and then silence, with a parameter moved before each block. The plug-in is all that
-// calculates after the floating-point state is set.
-std::vector<double> playInState(const FloatingPointState& state)
-{
-    std::vector<double> samples = strokes(48000, 6000);
-    samples.resize(96000);
-    Random random{std::mt19937(2)};
-    std::vector<float> values(samples.size() / 100);
-    for (float& value : values)
-        value = random.share();
-    const FloatingPointState before = FloatingPointState::read();
-    state.set();
-    {
-        const Plugin plugin = makePlugin();
-        plugin.setRate(48000.0f);
-        for (std::size_t block = 0; block < values.size(); ++block) {
-            plugin.set(static_cast<VstInt32>(1 + block % 6), values[block]);
-            plugin.process(samples.data() + 100 * block, 100);
-        }
-    }
-    const FloatingPointState after = FloatingPointState::read();
-    const std::uint16_t exceptions = x87Exceptions();
-    before.set();
-    EXPECT_EQ(after.x87, state.x87);
-    EXPECT_EQ(after.sse | 0x3f, state.sse | 0x3f);  // set-up may raise flags
-    EXPECT_EQ(exceptions, 0);
-    return samples;
-}
 
 // Calls process with a stack that lies offset bytes, a multiple of 16, below a multiple of 64. Returns whether
 // the registers that belong to the caller have kept their values.
@@ -107,6 +63,40 @@ bool processAt(std::uint64_t offset, AEffect* effect, double** channels, VstInt3
     return kept == 0xffff;
 }
 
+// A second of strokes and then silence, with a parameter moved before each block.
+struct Performance {
+    explicit Performance(const ThreadState& threadState) : state(threadState) { samples.resize(96000); }
+
+    // The plug-in is all that calculates while the thread is in the state.
+    void play()
+    {
+        const ThreadState before = ThreadState::read();
+        state.set();
+        {
+            const Plugin plugin(make);
+            plugin.setRate(48000.0f);
+            for (std::size_t block = 0; block < 960; ++block) {
+                plugin.set(static_cast<VstInt32>(1 + block % 6), static_cast<float>(block % 11) / 10.0f);
+                double* channel = samples.data() + 100 * block;
+                isKept = processAt(state.stack, plugin.record, &channel, 100) && isKept;
+            }
+        }
+        const ThreadState after = ThreadState::read();
+        std::uint16_t x87Status = 0;
+        asm volatile("fnstsw %0" : "=m"(x87Status));
+        before.set();
+        EXPECT_EQ(after.x87, state.x87);
+        EXPECT_EQ(after.sse | 0x3f, state.sse | 0x3f);  // set-up may raise flags
+        EXPECT_EQ(x87Status & 0x3f, 0);
+        EXPECT_TRUE(isKept);
+    }
+
+    const ThreadState state;
+    const EntryPoint make = entryPoint("getinterface", loadLibrary(pathOf("Wail.dll")));
+    std::vector<double> samples = strokes(48000, 6000);
+    bool isKept = true;  // what the registers hold for the caller
+};
+
 }  // namespace
 
 TEST(WindowsModules, LeaveNothingBehindWhenTheyAreUnloaded)
@@ -118,7 +108,7 @@ TEST(WindowsModules, LeaveNothingBehindWhenTheyAreUnloaded)
         TlsFree(slot);
         return std::pair(handles, slot);
     };
-    for (const std::string module : kModules) {
+    for (const std::string module : {"Wail.dll", "WailVST.dll", "wail.clap"}) {
         SCOPED_TRACE(module);
         const std::string copy =
             testing::TempDir() + "Again" + std::to_string(GetCurrentProcessId()) + module;
@@ -142,53 +132,30 @@ TEST(WindowsModules, LeaveNothingBehindWhenTheyAreUnloaded)
     }
 }
 
-// Windows starts threads with x87 arithmetic in 53 bits, some hosts work in 24, and some have exceptions unmasked.
-TEST(WindowsThreads, SoundAlikeInEveryFloatingPointStateAndKeepIt)
+// Windows starts threads with x87 arithmetic in 53 bits; some hosts work in 24, some have exceptions unmasked, and
+// some give their threads little stack.
+TEST(WindowsThreads, SoundAlikeAndStayAsHostsSetThemUp)
 {
-    const std::vector<double> expected = playInState({0x37f, 0x1f80});
-    for (const FloatingPointState state :
-         {FloatingPointState{0x27f, 0x1f80}, {0x07f, 0x1f80}, {0x1372, 0x1900}, {0x37f, 0x9fc0}}) {
-        SCOPED_TRACE(testing::Message() << std::hex << state.x87 << ' ' << state.sse);
-        EXPECT_EQ(playInState(state), expected);
-    }
-    for (const double sample : expected)
+    Performance usual({});
+    usual.play();
+    for (const double sample : usual.samples)
         ASSERT_TRUE(std::isnormal(sample) || sample == 0.0);
-}
-
-TEST(WindowsThreads, ProcessOnAThreadWithLittleStack)
-{
-    std::vector<double> expected = strokes(48000, 6000), samples = expected;
-    const Plugin usual = makePlugin(), plugin = makePlugin();
-    usual.setRate(48000.0f);
-    usual.process(expected, 64);
-    plugin.setRate(48000.0f);
-    std::pair arguments{&plugin, &samples};
-    const auto work = [](void* pointer) -> DWORD {
-        const auto& [effect, signal] = *static_cast<decltype(arguments)*>(pointer);
-        effect->process(*signal, 64);
-        return 0;
-    };
-    const HANDLE thread =
-        CreateThread(nullptr, 65536, work, &arguments, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-    ASSERT_NE(thread, nullptr);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
-    EXPECT_EQ(samples, expected);
-}
-
-TEST(WindowsThreads, ProcessWithTheStackAlignedAsHostsAlignIt)
-{
-    const Plugin usual = makePlugin();
-    usual.setRate(48000.0f);
-    std::vector<double> expected = noise(256);
-    usual.process(expected);
-    for (const std::uint64_t offset : {0, 16, 32, 48}) {
-        SCOPED_TRACE(offset);
-        const Plugin plugin = makePlugin();
-        plugin.setRate(48000.0f);
-        std::vector<double> samples = noise(256);
-        double* channel = samples.data();
-        EXPECT_TRUE(processAt(offset, plugin.record, &channel, 256));
-        EXPECT_EQ(samples, expected);
+    for (const ThreadState state : {ThreadState{0x37f, 0x1f80, 0},
+                                    {0x27f, 0x1f80, 16},
+                                    {0x07f, 0x1f80, 32},
+                                    {0x1372, 0x1900, 48},
+                                    {0x37f, 0x9fc0, 0}}) {
+        SCOPED_TRACE(testing::Message() << std::hex << state.x87 << ' ' << state.sse << ' ' << state.stack);
+        Performance performance(state);
+        const auto play = [](void* pointer) -> DWORD {
+            static_cast<Performance*>(pointer)->play();
+            return 0;
+        };
+        const HANDLE thread =
+            CreateThread(nullptr, 65536, play, &performance, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+        ASSERT_NE(thread, nullptr);
+        WaitForSingleObject(thread, INFINITE);
+        CloseHandle(thread);
+        EXPECT_EQ(performance.samples, usual.samples);
     }
 }
