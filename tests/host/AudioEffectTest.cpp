@@ -1,6 +1,7 @@
 #include "host/AEffEditor.h"
 #include "host/CanDos.h"
 #include "host/K_TypeBase.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
@@ -158,25 +159,28 @@ TEST(AudioEffectX, NamesCapabilitiesAsTheInterfaceDoes)
 {
     namespace H = HostCanDos;
     namespace P = PlugCanDos;
-    std::string host, plug;
-    for (const char* const text :
-         {H::canDoSendVstEvents, H::canDoSendVstMidiEvent, H::canDoSendVstTimeInfo, H::canDoReceiveVstEvents,
-          H::canDoReceiveVstMidiEvent, H::canDoReportConnectionChanges, H::canDoAcceptIOChanges,
-          H::canDoSizeWindow, H::canDoOffline, H::canDoOpenFileSelector, H::canDoCloseFileSelector,
-          H::canDoStartStopProcess, H::canDoShellCategory, H::canDoSendVstMidiEventFlagIsRealtime})
-        host += std::string(text) + ' ';
-    for (const char* const text : {P::canDoSendVstEvents, P::canDoSendVstMidiEvent, P::canDoReceiveVstEvents,
-                                   P::canDoReceiveVstMidiEvent, P::canDoReceiveVstTimeInfo, P::canDoOffline,
-                                   P::canDoMidiProgramNames, P::canDoBypass})
-        plug += std::string(text) + ' ';
-    EXPECT_EQ(host,
-              "sendVstEvents sendVstMidiEvent sendVstTimeInfo receiveVstEvents receiveVstMidiEvent "
-              "reportConnectionChanges acceptIOChanges sizeWindow offline openFileSelector closeFileSelector "
-              "startStopProcess shellCategory sendVstMidiEventFlagIsRealtime ");
-    EXPECT_EQ(
-        plug,
-        "sendVstEvents sendVstMidiEvent receiveVstEvents receiveVstMidiEvent receiveVstTimeInfo offline "
-        "midiProgramNames bypass ");
+    EXPECT_EQ(rowsOf("can-dos.txt"), (std::vector<std::string>{H::canDoSendVstEvents,
+                                                               H::canDoSendVstMidiEvent,
+                                                               H::canDoSendVstTimeInfo,
+                                                               H::canDoReceiveVstEvents,
+                                                               H::canDoReceiveVstMidiEvent,
+                                                               H::canDoReportConnectionChanges,
+                                                               H::canDoAcceptIOChanges,
+                                                               H::canDoSizeWindow,
+                                                               H::canDoOffline,
+                                                               H::canDoOpenFileSelector,
+                                                               H::canDoCloseFileSelector,
+                                                               H::canDoStartStopProcess,
+                                                               H::canDoShellCategory,
+                                                               H::canDoSendVstMidiEventFlagIsRealtime,
+                                                               P::canDoSendVstEvents,
+                                                               P::canDoSendVstMidiEvent,
+                                                               P::canDoReceiveVstEvents,
+                                                               P::canDoReceiveVstMidiEvent,
+                                                               P::canDoReceiveVstTimeInfo,
+                                                               P::canDoOffline,
+                                                               P::canDoMidiProgramNames,
+                                                               P::canDoBypass}));
 }
 
 TEST(K_TypeBase, HasTwoInputSignalsByDefaultAndNoTextOfAValue)

@@ -72,16 +72,12 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 {
     const Plugin plugin;
     AEffect& r = *plugin.record;
-    const std::pair<slot::Slot, VstInt32> flags[] = {{slot::hasClip, 2},
-                                                     {slot::hasVu, 4},
-                                                     {slot::canMono, 8},
-                                                     {slot::canProcessReplacing, 16},
-                                                     {slot::isSynth, 256},
-                                                     {slot::programsAreChunks, 32},
-                                                     {slot::noTail, 512},
-                                                     {slot::wantAsyncOperation, 1024},
-                                                     {slot::hasExternalBuffer, 2048},
-                                                     {slot::canDoubleReplacing, 4096}};
+    // clang-format off
+    const std::map<int, VstInt32> flags{
+        {slot::hasClip, 2}, {slot::hasVu, 4}, {slot::canMono, 8}, {slot::canProcessReplacing, 16},
+        {slot::programsAreChunks, 32}, {slot::isSynth, 256}, {slot::noTail, 512}, {slot::wantAsyncOperation, 1024},
+        {slot::hasExternalBuffer, 2048}, {slot::canDoubleReplacing, 4096}};
+    // clang-format on
     r.flags = 0;
     for (const auto& [slot, flag] : flags) {
         plugin.call<void>(slot, true);
