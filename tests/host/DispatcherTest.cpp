@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <sstream>
 #include <utility>
 
 namespace
@@ -46,13 +45,11 @@ TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
     auto* const original = tablePointer;
     std::copy_n(original - 2, 2, table.begin());
     table[2 + slot::dispatcher] = original[slot::dispatcher];
-    for (const auto& [index, value] : {std::pair<VstInt32, VstIntPtr>{4, 5}, {4, 0}, {0, 5}}) {
-        for (const std::string& row : rowsOf("dispatcher.txt")) {
-            SCOPED_TRACE(row);
-            std::istringstream fields(row);
-            VstInt32 opcode = 0, expected = 0, slot = 0;
-            std::string operation, arguments;
-            fields >> opcode >> expected >> slot >> operation >> arguments;
+    forEachRow("dispatcher.txt", [&](std::istream& fields) {
+        VstInt32 opcode = 0, expected = 0, slot = 0;
+        std::string operation, arguments;
+        fields >> opcode >> expected >> slot >> operation >> arguments;
+        for (const auto& [index, value] : {std::pair<VstInt32, VstIntPtr>{4, 5}, {4, 0}, {0, 5}}) {
             tablePointer = table.data() + 2;
             const VstIntPtr answer = plugin.dispatch(opcode, index, value, &reached, opt);
             tablePointer = original;
@@ -74,6 +71,6 @@ TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
                 }
             }
         }
-    }
+    });
 }
 #endif

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace
 {
 
@@ -28,9 +26,9 @@ void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
     void* const at = &hostCalls;
     const bool yes = answer != 0;
     const auto expect = [isSent](VstIntPtr result, VstIntPtr expected, HostCall sent) {
-        EXPECT_EQ(result, expected) << "opcode " << sent.opcode;
-        EXPECT_EQ(hostCalls, isSent ? std::vector{sent} : std::vector<HostCall>{})
-            << "opcode " << sent.opcode;
+        SCOPED_TRACE(sent.opcode);
+        EXPECT_EQ(result, expected);
+        EXPECT_EQ(hostCalls, isSent ? std::vector{sent} : std::vector<HostCall>{});
         hostCalls.clear();
     };
     const auto wordOf = [at](const std::string& text) {
@@ -38,8 +36,7 @@ void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
     };
     hostAnswer = answer;
     hostCalls.clear();
-    for (const std::string& row : rowsOf("host-calls.txt")) {
-        std::istringstream fields(row);
+    forEachRow("host-calls.txt", [&](std::istream& fields) {
         I slot = 0;
         std::string operation, a, b, c, ptr, kind;
         HostCall sent{e, 0};
@@ -58,7 +55,7 @@ void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
             expect(result & 0xFF, !yes, sent);
         else
             expect(0, 0, sent);
-    }
+    });
     for (const int slot : {slot::openFileSelector, slot::closeFileSelector, slot::getChunkFile})
         EXPECT_FALSE(p.call<bool>(slot, static_cast<void*>(nullptr))) << slot;
     EXPECT_TRUE(hostCalls.empty());  // null is not sent

@@ -1,3 +1,4 @@
+#include "tests/support/Rows.h"
 #include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
@@ -72,19 +73,15 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 {
     const Plugin plugin;
     AEffect& r = *plugin.record;
-    // clang-format off
-    const std::map<int, VstInt32> flags{
-        {slot::hasClip, 2}, {slot::hasVu, 4}, {slot::canMono, 8}, {slot::canProcessReplacing, 16},
-        {slot::programsAreChunks, 32}, {slot::isSynth, 256}, {slot::noTail, 512}, {slot::wantAsyncOperation, 1024},
-        {slot::hasExternalBuffer, 2048}, {slot::canDoubleReplacing, 4096}};
-    // clang-format on
     r.flags = 0;
-    for (const auto& [slot, flag] : flags) {
+    forEachRow("flags.txt", [&](std::istream& fields) {
+        VstInt32 slot = 0, flag = 0;
+        fields >> slot >> flag;
         plugin.call<void>(slot, true);
         EXPECT_EQ(r.flags, flag);
         plugin.call<void>(slot, false);
         EXPECT_EQ(r.flags, 0);
-    }
+    });
     for (const VstInt32 slot : {slot::setUniqueID, slot::setNumInputs, slot::setNumOutputs,
                                 slot::setInitialDelay, slot::setRealtimeQualities, slot::setOfflineQualities})
         plugin.call<void>(slot, slot);
@@ -97,12 +94,12 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 TEST(PluginRecord, DescribesItsJacksThroughTheExtension)
 {
     const Plugin plugin;
-    const std::pair<slot::Slot, VstInt32> answers[] = {
-        {slot::getNumOfInJacks, 1}, {slot::getNumOfOutJacks, 1}, {slot::getNumOfInSig, 1},
-        {slot::getNumOfOutSig, 1},  {slot::getStartNumInSig, 0}, {slot::getStartNumOutSig, 0},
-        {slot::getDryInSigNum, -1}, {slot::getHeaderVersion, 1}};
     plugin.call<void, void*>(slot::setListner, nullptr);
     plugin.call<void>(slot::setTime, 1.5f);
-    for (const auto& [slot, answer] : answers)
-        EXPECT_EQ(plugin.call<VstInt32>(slot, VstInt32{5}), answer) << slot;
+    std::vector<VstInt32> answers;
+    for (const VstInt32 slot :
+         {slot::getNumOfInJacks, slot::getNumOfOutJacks, slot::getNumOfInSig, slot::getNumOfOutSig,
+          slot::getStartNumInSig, slot::getStartNumOutSig, slot::getDryInSigNum, slot::getHeaderVersion})
+        answers.push_back(plugin.call<VstInt32>(slot, VstInt32{5}));
+    EXPECT_EQ(answers, (std::vector{1, 1, 1, 1, 0, 0, -1, 1}));
 }

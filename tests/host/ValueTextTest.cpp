@@ -5,15 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <iomanip>
-#include <sstream>
 
 // What the helpers of the effect write over "untouched 0123456"; the durations are at the base's 44.1 kHz.
 TEST(ValueText, ShowsNumbersGainsPeriodsAndDurationsInTheSpaceGiven)
 {
     const Plugin plugin;
-    for (const std::string& row : rowsOf("value-texts.txt")) {
-        SCOPED_TRACE(row);
-        std::istringstream fields(row);
+    forEachRow("value-texts.txt", [&](std::istream& fields) {
         VstInt32 slot = 0, length = 0;
         std::string value, expected;
         fields >> slot >> value >> length >> std::quoted(expected);
@@ -24,5 +21,5 @@ TEST(ValueText, ShowsNumbersGainsPeriodsAndDurationsInTheSpaceGiven)
             plugin.call<void>(slot, std::stof(value), buffer, length);
         EXPECT_EQ(buffer, expected);
         EXPECT_STREQ(buffer + length + 1, &"untouched 0123456"[length + 1]);
-    }
+    });
 }

@@ -1,19 +1,20 @@
 #pragma once
 
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
+#include <gtest/gtest.h>
 
-// The rows of a table in the folder of the tests, without its comments, which begin with #. Throws if it has none.
-inline std::vector<std::string> rowsOf(const std::string& table)
+#include <fstream>
+#include <sstream>
+#include <string>
+
+// Calls use with every row of a table in the folder of the tests, except comments, which begin with #.
+inline void forEachRow(const std::string& table, auto use)
 {
     std::ifstream file(WAIL_TESTS "/" + table);
-    std::vector<std::string> rows;
-    for (std::string row; std::getline(file, row);)
+    ASSERT_TRUE(file) << table;
+    for (std::string row; std::getline(file, row);) {
+        SCOPED_TRACE(row);
+        std::istringstream fields(row);
         if (row.front() != '#')
-            rows.push_back(row);
-    if (rows.empty())
-        throw std::runtime_error("no rows in " + table);
-    return rows;
+            use(fields);
+    }
 }
