@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 namespace
 {
 
@@ -43,18 +45,12 @@ void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
         fields >> slot >> operation >> a >> b >> c >> sent.opcode >> sent.index >> sent.value >> ptr >> kind;
         sent.ptr = reinterpret_cast<void*>(wordOf(ptr));
         const VstIntPtr result = p.call<VstIntPtr>(slot, wordOf(a), wordOf(b), wordOf(c));
-        if (kind == "word")
-            expect(result, answer, sent);
-        else if (kind == "number")
-            expect(static_cast<I>(result), answer, sent);
-        else if (kind == "1or0")
-            expect(static_cast<I>(result), yes, sent);
-        else if (kind == "bool")
-            expect(result & 0xFF, yes, sent);
-        else if (kind == "not")
-            expect(result & 0xFF, !yes, sent);
-        else
-            expect(0, 0, sent);
+        const std::map<std::string, std::pair<VstIntPtr, VstIntPtr>> results{
+            {"word", {result, answer}},     {"number", {static_cast<I>(result), answer}},
+            {"bool", {result & 0xFF, yes}}, {"1or0", {static_cast<I>(result), yes}},
+            {"not", {result & 0xFF, !yes}}, {"void", {0, 0}}};
+        const auto& [returned, expected] = results.at(kind);
+        expect(returned, expected, sent);
     });
     for (const int slot : {slot::openFileSelector, slot::closeFileSelector, slot::getChunkFile})
         EXPECT_FALSE(p.call<bool>(slot, static_cast<void*>(nullptr))) << slot;
