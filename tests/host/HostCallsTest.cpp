@@ -44,7 +44,7 @@ void callEverything(const Plugin& p, VstIntPtr answer, bool isSent)
         HostCall sent{e, 0};
         fields >> slot >> operation >> a >> b >> c >> sent.opcode >> sent.index >> sent.value >> ptr >> kind;
         sent.ptr = reinterpret_cast<void*>(wordOf(ptr));
-        const VstIntPtr result = p.call<VstIntPtr>(slot, wordOf(a), wordOf(b), wordOf(c));
+        const auto result = p.call<VstIntPtr>(slot, wordOf(a), wordOf(b), wordOf(c));
         const std::map<std::string, std::pair<VstIntPtr, VstIntPtr>> results{
             {"word", {result, answer}},     {"number", {static_cast<I>(result), answer}},
             {"bool", {result & 0xFF, yes}}, {"1or0", {static_cast<I>(result), yes}},

@@ -1,7 +1,7 @@
 #pragma once
 
-// The vendor's host calls the effect's virtual operations by their slot in the object's table: the two destructors,
-// then AudioEffect, AudioEffectX, K_TypeBase and the effect. Those that the tests' code names:
+// The vendor's host calls the effect's virtual operations by their slot in the object's table. These are the ones
+// that the tests' code names; tables of the tests have more.
 namespace slot
 {
 // clang-format off
