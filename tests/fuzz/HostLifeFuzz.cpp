@@ -21,15 +21,12 @@ namespace
 {
 
 // Bytes that the effect may write for an opcode.
-const std::map<VstInt32, std::size_t> kRoom{{effGetParamLabel, 9},
-                                            {effGetParamDisplay, 9},
-                                            {effGetParamName, 9},
-                                            {effGetProgramName, 24},
-                                            {effGetProgramNameIndexed, 24},
-                                            {effGetEffectName, 64},
-                                            {effGetVendorString, 64},
-                                            {effGetProductString, 64},
-                                            {effGetParameterProperties, sizeof(VstParameterProperties)}};
+// clang-format off
+const std::map<VstInt32, std::size_t> kRoom{
+    {effGetParamLabel, 9}, {effGetParamDisplay, 9}, {effGetParamName, 9}, {effGetProgramName, 24},
+    {effGetProgramNameIndexed, 24}, {effGetEffectName, 64}, {effGetVendorString, 64}, {effGetProductString, 64},
+    {effGetParameterProperties, sizeof(VstParameterProperties)}};
+// clang-format on
 
 class Life
 {
@@ -81,8 +78,8 @@ private:
             in.ConsumeBool() ? in.ConsumeIntegralInRange(0, 80) : in.ConsumeIntegral<VstInt32>();
         if (opcode == effClose || opcode == effSetSampleRate)
             return;
-        const std::string input(in.ConsumeIntegral<std::uint8_t>() % 64, 'x');
-        std::vector<char> text(input.c_str(), input.c_str() + input.size() + 1);
+        std::vector<char> text(in.ConsumeIntegral<std::uint8_t>() % 64, 'x');
+        text.push_back('\0');
         if (kRoom.contains(opcode))
             text.resize(kRoom.at(opcode));
         void* slots[] = {&slots, &slots};

@@ -1,6 +1,7 @@
 #include "host/AEffEditor.h"
 #include "host/CanDos.h"
 #include "host/K_TypeBase.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
@@ -55,9 +56,8 @@ public:
 private:
     bool note(char direction, const VstKeyCode& key)
     {
-        events += ' ';
-        events += direction + std::to_string(key.character) + ',' + std::to_string(key.virt) + ',' +
-                  std::to_string(key.modifier);
+        for (const int part : {key.character, VstInt32{key.virt}, VstInt32{key.modifier}})
+            events += direction + std::to_string(part);
         return answer;
     }
 
@@ -77,6 +77,10 @@ TEST(AudioEffect, ForwardsEveryFunctionOfTheRecordToItsOperation)
     record->processReplacing(record, nullptr, nullptr, 2);
     record->processDoubleReplacing(record, nullptr, nullptr, 3);
     EXPECT_EQ(record->getParameter(record, 0), 0.0f);
+    EXPECT_EQ(effect->getNumOfInSig(5), 2);
+    char text[] = "untouched";
+    effect->getParameterDisplayOf(0, 1.0f, text);
+    EXPECT_STREQ(text, "untouched");
     {
         const Plugin plugin(record);
         for (const VstInt32 opcode :
@@ -128,7 +132,7 @@ TEST(AudioEffect, ForwardsRequestsToItsEditorAndDeletesIt)
             EXPECT_EQ(plugin.record->flags, 16);
             effect->setEditor(window);
         }
-        EXPECT_EQ(events, " v107,254,3 ^107,254,3 ^0,0,255 ^0,0,0 ^0,0,0 idle closed close end gone");
+        EXPECT_EQ(events, "v107v254v3^107^254^3^0^0^255^0^0^0^0^0^0 idle closed close end gone");
     }
 }
 
@@ -158,32 +162,17 @@ TEST(AudioEffectX, NamesCapabilitiesAsTheInterfaceDoes)
 {
     namespace H = HostCanDos;
     namespace P = PlugCanDos;
-    std::string host, plug;
-    for (const char* const text :
-         {H::canDoSendVstEvents, H::canDoSendVstMidiEvent, H::canDoSendVstTimeInfo, H::canDoReceiveVstEvents,
-          H::canDoReceiveVstMidiEvent, H::canDoReportConnectionChanges, H::canDoAcceptIOChanges,
-          H::canDoSizeWindow, H::canDoOffline, H::canDoOpenFileSelector, H::canDoCloseFileSelector,
-          H::canDoStartStopProcess, H::canDoShellCategory, H::canDoSendVstMidiEventFlagIsRealtime})
-        host += std::string(text) + ' ';
-    for (const char* const text : {P::canDoSendVstEvents, P::canDoSendVstMidiEvent, P::canDoReceiveVstEvents,
-                                   P::canDoReceiveVstMidiEvent, P::canDoReceiveVstTimeInfo, P::canDoOffline,
-                                   P::canDoMidiProgramNames, P::canDoBypass})
-        plug += std::string(text) + ' ';
-    EXPECT_EQ(host,
-              "sendVstEvents sendVstMidiEvent sendVstTimeInfo receiveVstEvents receiveVstMidiEvent "
-              "reportConnectionChanges acceptIOChanges sizeWindow offline openFileSelector closeFileSelector "
-              "startStopProcess shellCategory sendVstMidiEventFlagIsRealtime ");
-    EXPECT_EQ(
-        plug,
-        "sendVstEvents sendVstMidiEvent receiveVstEvents receiveVstMidiEvent receiveVstTimeInfo offline "
-        "midiProgramNames bypass ");
-}
-
-TEST(K_TypeBase, HasTwoInputSignalsByDefaultAndNoTextOfAValue)
-{
-    BareEffect base;
-    char text[] = "untouched";
-    base.getParameterDisplayOf(0, 1.0f, text);
-    EXPECT_STREQ(text, "untouched");
-    EXPECT_EQ(base.getNumOfInSig(5), 2);
+    // clang-format off
+    const std::vector<std::string> names{
+        H::canDoSendVstEvents, H::canDoSendVstMidiEvent, H::canDoSendVstTimeInfo,
+        H::canDoReceiveVstEvents, H::canDoReceiveVstMidiEvent, H::canDoReportConnectionChanges,
+        H::canDoAcceptIOChanges, H::canDoSizeWindow, H::canDoOffline, H::canDoOpenFileSelector,
+        H::canDoCloseFileSelector, H::canDoStartStopProcess, H::canDoShellCategory,
+        H::canDoSendVstMidiEventFlagIsRealtime, P::canDoSendVstEvents, P::canDoSendVstMidiEvent,
+        P::canDoReceiveVstEvents, P::canDoReceiveVstMidiEvent, P::canDoReceiveVstTimeInfo,
+        P::canDoOffline, P::canDoMidiProgramNames, P::canDoBypass};
+    // clang-format on
+    std::vector<std::string> expected;
+    forEachRow("can-dos.txt", [&](std::istringstream& fields) { expected.push_back(fields.str()); });
+    EXPECT_EQ(names, expected);
 }

@@ -1,3 +1,4 @@
+#include "tests/support/Rows.h"
 #include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
@@ -35,53 +36,8 @@ auto notes(std::integer_sequence<int, words...>)
 }  // namespace
 
 #ifndef _WIN32  // where a number's register depends on its place among the arguments
-// Arguments: i, v, p and f stand for the request's index, value, ptr and opt, I and V for index != 0 and value != 0.
 TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
 {
-    struct {
-        VstInt32 opcode;
-        int slot;
-        const char* arguments;
-    } const rows[] = {
-        // clang-format off
-        {effOpen, slot::open, ""}, {effSetProgram, slot::setProgram, "v"},
-        {effGetProgram, slot::getProgram, ""}, {effSetProgramName, slot::setProgramName, "p"},
-        {effGetProgramName, slot::getProgramName, "p"}, {effGetParamLabel, slot::getParameterLabel, "ip"},
-        {effGetParamDisplay, slot::getParameterDisplay, "ip"},
-        {effGetParamName, slot::getParameterName, "ip"}, {effSetSampleRate, slot::setSampleRate, "f"},
-        {effSetBlockSize, slot::setBlockSize, "v"}, {effMainsChanged, slot::resume, ""},
-        {effGetChunk, slot::getChunk, "pI"}, {effSetChunk, slot::setChunk, "pvI"},
-        {effProcessEvents, slot::processEvents, "p"}, {effCanBeAutomated, slot::canParameterBeAutomated, "i"},
-        {effString2Parameter, slot::string2parameter, "ip"},
-        {effGetProgramNameIndexed, slot::getProgramNameIndexed, "vip"},
-        {effGetInputProperties, slot::getInputProperties, "ip"},
-        {effGetOutputProperties, slot::getOutputProperties, "ip"},
-        {effGetPlugCategory, slot::getPlugCategory, ""}, {effOfflineNotify, slot::offlineNotify, "pvI"},
-        {effOfflinePrepare, slot::offlinePrepare, "pv"}, {effOfflineRun, slot::offlineRun, "pv"},
-        {effProcessVarIo, slot::processVariableIo, "p"},
-        {effSetSpeakerArrangement, slot::setSpeakerArrangement, "vp"}, {effSetBypass, slot::setBypass, "V"},
-        {effGetEffectName, slot::getEffectName, "p"}, {effGetVendorString, slot::getVendorString, "p"},
-        {effGetProductString, slot::getProductString, "p"}, {effGetVendorVersion, slot::getVendorVersion, ""},
-        {effVendorSpecific, slot::vendorSpecific, "ivpf"}, {effCanDo, slot::canDo, "p"},
-        {effGetTailSize, slot::getGetTailSize, ""},
-        {effGetParameterProperties, slot::getParameterProperties, "ip"},
-        {effGetVstVersion, slot::getVstVersion, ""}, {effGetMidiProgramName, slot::getMidiProgramName, "ip"},
-        {effGetCurrentMidiProgram, slot::getCurrentMidiProgram, "ip"},
-        {effGetMidiProgramCategory, slot::getMidiProgramCategory, "ip"},
-        {effHasMidiProgramsChanged, slot::hasMidiProgramsChanged, "i"},
-        {effGetMidiKeyName, slot::getMidiKeyName, "ip"}, {effBeginSetProgram, slot::beginSetProgram, ""},
-        {effEndSetProgram, slot::endSetProgram, ""},
-        {effGetSpeakerArrangement, slot::getSpeakerArrangement, "vp"},
-        {effShellGetNextPlugin, slot::getNextShellPlugin, "p"}, {effStartProcess, slot::startProcess, ""},
-        {effStopProcess, slot::stopProcess, ""},
-        {effSetTotalSampleToProcess, slot::setTotalSampleToProcess, "v"},
-        {effSetPanLaw, slot::setPanLaw, "vf"}, {effBeginLoadBank, slot::beginLoadBank, "p"},
-        {effBeginLoadProgram, slot::beginLoadProgram, "p"},
-        {effSetProcessPrecision, slot::setProcessPrecision, "v"},
-        {effGetNumMidiInputChannels, slot::getNumMidiInputChannels, ""},
-        {effGetNumMidiOutputChannels, slot::getNumMidiOutputChannels, ""}
-        // clang-format on
-    };
     const float opt = 0.5f;
     const Plugin plugin;
     auto table = notes(std::make_integer_sequence<int, 2 + slot::count>());
@@ -89,18 +45,20 @@ TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
     auto* const original = tablePointer;
     std::copy_n(original - 2, 2, table.begin());
     table[2 + slot::dispatcher] = original[slot::dispatcher];
-    for (const auto& [index, value] : {std::pair<VstInt32, VstIntPtr>{4, 5}, {4, 0}, {0, 5}}) {
-        for (const auto& row : rows) {
-            SCOPED_TRACE(row.opcode);
+    forEachRow("dispatcher.txt", [&](std::istream& fields) {
+        VstInt32 opcode = 0, expected = 0, slot = 0;
+        std::string operation, arguments;
+        fields >> opcode >> expected >> slot >> operation >> arguments;
+        for (const auto& [index, value] : {std::pair<VstInt32, VstIntPtr>{4, 5}, {4, 0}, {0, 5}}) {
             tablePointer = table.data() + 2;
-            const VstIntPtr answer = plugin.dispatch(row.opcode, index, value, &reached, opt);
+            const VstIntPtr answer = plugin.dispatch(opcode, index, value, &reached, opt);
             tablePointer = original;
-            const bool isSwitchOff = row.opcode == effMainsChanged && value == 0;
-            EXPECT_EQ(reached.slot, isSwitchOff ? slot::suspend : row.slot);
-            EXPECT_EQ(answer, row.opcode < effGetChunk && row.opcode != effGetProgram ? 0 : 1);
-            for (int k = 0; row.arguments[k] != '\0'; ++k) {
+            const bool isSwitchOff = opcode == effMainsChanged && value == 0;
+            EXPECT_EQ(reached.slot, isSwitchOff ? slot::suspend : slot);
+            EXPECT_EQ(answer, expected);
+            for (std::size_t k = 0; k < arguments.size(); ++k) {
                 const VstIntPtr word = reached.words[k];
-                switch (row.arguments[k]) {
+                switch (arguments[k]) {
                 case 'i': EXPECT_EQ(static_cast<VstInt32>(word), index); break;
                 case 'v': EXPECT_EQ(static_cast<VstInt32>(word), value); break;
                 case 'p': EXPECT_EQ(word, reinterpret_cast<VstIntPtr>(&reached)); break;
@@ -113,6 +71,6 @@ TEST(Dispatcher, CallsTheOperationOfEveryRequestWithItsArguments)
                 }
             }
         }
-    }
+    });
 }
 #endif

@@ -1,9 +1,10 @@
+#include "tests/support/Rows.h"
 #include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <iomanip>
 
 TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
 {
@@ -20,32 +21,20 @@ TEST(PluginRecord, CarriesTheIdentityThatHostsLookFor)
 
 TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
 {
-    // clang-format off
-    const std::map<VstInt32, VstIntPtr> answers{
-        {effGetProgram, 2}, {effIdentify, 0x4E764566}, {effCanBeAutomated, 1}, {effGetProgramNameIndexed, 1},
-        {effGetPlugCategory, 1}, {effGetEffectName, 1}, {effGetVendorString, 1}, {effGetProductString, 1},
-        {effGetVendorVersion, 1000}, {effGetParameterProperties, 1}, {effGetVstVersion, 2400},
-        {effGetCurrentMidiProgram, -1}, {effSetTotalSampleToProcess, 2}};
-    const std::map<VstInt32, std::string> texts{
-        {effGetProgramName, "Init 3"}, {effGetParamLabel, ""}, {effGetParamDisplay, " 8.42"},
-        {effGetParamName, "Sense"}, {effGetProgramNameIndexed, "Init"}, {effGetEffectName, "Wail"},
-        {effGetVendorString, "KORVA Corporation"}, {effGetProductString, "Wail"}};
-    // clang-format on
     const std::string untouched(512, '#');
     const Plugin plugin;
     hostCalls.clear();
-    for (VstInt32 opcode = -1; opcode <= effGetNumMidiOutputChannels + 1; ++opcode) {
-        if (opcode == effClose || opcode == effSetProgramName || opcode == effGetSpeakerArrangement)
-            continue;
-        SCOPED_TRACE(opcode);
+    forEachRow("answers.txt", [&](std::istream& fields) {
+        VstInt32 opcode = 0;
+        VstIntPtr answer = 0;
+        std::string text, buffer = untouched;
+        fields >> opcode >> answer >> std::quoted(text);
         plugin.dispatch(effSetProgram, 0, 2);
-        std::string buffer = untouched;
-        const VstIntPtr answer = plugin.dispatch(opcode, 1, 2, buffer.data(), 48000.0f);
-        EXPECT_EQ(answer, answers.contains(opcode) ? answers.at(opcode) : 0);
+        EXPECT_EQ(plugin.dispatch(opcode, 1, 2, buffer.data(), 48000.0f), answer);
         if (opcode != effGetParameterProperties) {
-            EXPECT_EQ(buffer.c_str(), texts.contains(opcode) ? texts.at(opcode) : untouched);
+            EXPECT_EQ(buffer.c_str(), text == "-" ? untouched : text);
         }
-    }
+    });
     EXPECT_TRUE(hostCalls.empty());
 
     void* slots[] = {&slots, &slots};
@@ -72,23 +61,15 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 {
     const Plugin plugin;
     AEffect& r = *plugin.record;
-    const std::pair<slot::Slot, VstInt32> flags[] = {{slot::hasClip, 2},
-                                                     {slot::hasVu, 4},
-                                                     {slot::canMono, 8},
-                                                     {slot::canProcessReplacing, 16},
-                                                     {slot::isSynth, 256},
-                                                     {slot::programsAreChunks, 32},
-                                                     {slot::noTail, 512},
-                                                     {slot::wantAsyncOperation, 1024},
-                                                     {slot::hasExternalBuffer, 2048},
-                                                     {slot::canDoubleReplacing, 4096}};
     r.flags = 0;
-    for (const auto& [slot, flag] : flags) {
+    forEachRow("flags.txt", [&](std::istream& fields) {
+        VstInt32 slot = 0, flag = 0;
+        fields >> slot >> flag;
         plugin.call<void>(slot, true);
         EXPECT_EQ(r.flags, flag);
         plugin.call<void>(slot, false);
         EXPECT_EQ(r.flags, 0);
-    }
+    });
     for (const VstInt32 slot : {slot::setUniqueID, slot::setNumInputs, slot::setNumOutputs,
                                 slot::setInitialDelay, slot::setRealtimeQualities, slot::setOfflineQualities})
         plugin.call<void>(slot, slot);
@@ -101,12 +82,12 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 TEST(PluginRecord, DescribesItsJacksThroughTheExtension)
 {
     const Plugin plugin;
-    const std::pair<slot::Slot, VstInt32> answers[] = {
-        {slot::getNumOfInJacks, 1}, {slot::getNumOfOutJacks, 1}, {slot::getNumOfInSig, 1},
-        {slot::getNumOfOutSig, 1},  {slot::getStartNumInSig, 0}, {slot::getStartNumOutSig, 0},
-        {slot::getDryInSigNum, -1}, {slot::getHeaderVersion, 1}};
     plugin.call<void, void*>(slot::setListner, nullptr);
     plugin.call<void>(slot::setTime, 1.5f);
-    for (const auto& [slot, answer] : answers)
-        EXPECT_EQ(plugin.call<VstInt32>(slot, VstInt32{5}), answer) << slot;
+    std::vector<VstInt32> answers;
+    for (const VstInt32 slot :
+         {slot::getNumOfInJacks, slot::getNumOfOutJacks, slot::getNumOfInSig, slot::getNumOfOutSig,
+          slot::getStartNumInSig, slot::getStartNumOutSig, slot::getDryInSigNum, slot::getHeaderVersion})
+        answers.push_back(plugin.call<VstInt32>(slot, VstInt32{5}));
+    EXPECT_EQ(answers, (std::vector{1, 1, 1, 1, 0, 0, -1, 1}));
 }

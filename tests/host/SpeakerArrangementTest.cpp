@@ -11,30 +11,28 @@
 namespace
 {
 
+using X = AudioEffectX;
 using Pointer = VstSpeakerArrangement**;
 
-// An effect whose operations of these names fail.
+// An effect of whose operations one fails: to deallocate, allocate or copy, by its first letter.
 class Faulty : public K_TypeBase
 {
 public:
-    explicit Faulty(std::string names) : K_TypeBase(nullptr, 1, 1), failing(std::move(names)) {}
+    explicit Faulty(char step) : K_TypeBase(nullptr, 1, 1), failing(step) {}
 
     void processReplacing(float**, float**, VstInt32) override {}
-    bool deallocateArrangement(Pointer slot) override
+    bool deallocateArrangement(Pointer to) override { return X::deallocateArrangement(to) && failing != 'd'; }
+    bool allocateArrangement(Pointer to, VstInt32 channels) override
     {
-        return AudioEffectX::deallocateArrangement(slot) && failing != "deallocate";
-    }
-    bool allocateArrangement(Pointer slot, VstInt32 channels) override
-    {
-        return AudioEffectX::allocateArrangement(slot, channels) && failing != "allocate";
+        return X::allocateArrangement(to, channels) && failing != 'a';
     }
     bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from) override
     {
-        return AudioEffectX::copySpeaker(to, from) && failing != "copy";
+        return X::copySpeaker(to, from) && failing != 'c';
     }
 
 private:
-    std::string failing;
+    char failing;
 };
 
 }  // namespace
@@ -90,17 +88,17 @@ TEST(SpeakerArrangement, CopiesASpeakersNameUpToItsEndAndClearsTheRest)
 
 TEST(SpeakerArrangement, IsMatchedUpToTheFirstStepThatFails)
 {
-    for (const std::string failing : {"", "deallocate", "allocate", "copy"}) {
+    for (const char failing : {'-', 'd', 'a', 'c'}) {
         SCOPED_TRACE(failing);
         const Plugin plugin((new Faulty(failing))->getAeffect());
         VstSpeakerArrangement from{.type = 5, .numChannels = 2, .speakers = {}};
         from.speakers[0].type = from.speakers[1].type = 7;
         VstSpeakerArrangement* to = nullptr;
-        EXPECT_EQ((plugin.call<bool, Pointer>(slot::matchArrangement, &to, &from)), failing.empty());
-        EXPECT_EQ(to == nullptr, failing == "deallocate");
+        EXPECT_EQ((plugin.call<bool, Pointer>(slot::matchArrangement, &to, &from)), failing == '-');
+        EXPECT_EQ(to == nullptr, failing == 'd');
         if (to != nullptr) {
-            EXPECT_EQ(to->type, failing == "allocate" ? 0 : 5);
-            EXPECT_EQ(to->speakers[1].type, failing.empty() ? 7 : 0);
+            EXPECT_EQ(to->type, failing == 'a' ? 0 : 5);
+            EXPECT_EQ(to->speakers[1].type, failing == '-' ? 7 : 0);
         }
         plugin.call<bool>(slot::deallocateArrangement, &to);
     }

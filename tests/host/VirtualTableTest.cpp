@@ -1,5 +1,4 @@
 #include "effect/Wail.h"
-#include "tests/support/TableSlots.h"
 
 #include <gtest/gtest.h>
 
@@ -24,15 +23,6 @@ std::vector<std::size_t> slotsOf(Operations... operations)
 TEST(VirtualTable, HoldsInTheirSlotsTheOperationsThatOtherTestsDoNotReach)
 {
     using X = AudioEffectX;
-    // clang-format off
-    const std::vector<std::size_t> slots{
-        slot::close, slot::processReplacing, slot::processDoubleReplacing, slot::setParameter,
-        slot::getParameter, slot::getSampleRate, slot::process, slot::getVu, slot::offlineGetNumPasses,
-        slot::offlineGetNumMetaPasses, slot::getNumCategories, slot::copyProgram, slot::inputConnected,
-        slot::outputConnected, slot::reportCurrentPosition, slot::reportDestinationBuffer, slot::getErrorText,
-        slot::getIcon, slot::setViewPosition, slot::fxIdle, slot::keysRequired, slot::getParameterDisplayOf,
-        slot::setInvert};
-    // clang-format on
     EXPECT_EQ(slotsOf(&X::close, &X::processReplacing, &X::processDoubleReplacing, &X::setParameter,
                       &X::getParameter, &X::getSampleRate, &X::__processDeprecated, &X::__getVuDeprecated,
                       &X::offlineGetNumPasses, &X::offlineGetNumMetaPasses, &X::__getNumCategoriesDeprecated,
@@ -41,5 +31,6 @@ TEST(VirtualTable, HoldsInTheirSlotsTheOperationsThatOtherTestsDoNotReach)
                       &X::__reportDestinationBufferDeprecated, &X::__getErrorTextDeprecated,
                       &X::__getIconDeprecated, &X::__setViewPositionDeprecated, &X::__fxIdleDeprecated,
                       &X::__keysRequiredDeprecated, &K_TypeBase::getParameterDisplayOf, &Wail::setInvert),
-              slots);
+              (std::vector<std::size_t>{4,   9,   10,  11,  12,  32,  44,  45,  123, 124, 129, 130,
+                                        134, 135, 139, 140, 147, 148, 149, 150, 151, 161, 164}));
 }

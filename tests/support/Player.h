@@ -3,14 +3,6 @@
 #include "tests/adapters/ClapHost.h"
 #include "tests/support/TestHost.h"
 
-// A new effect of a module that has a record, through whichever entry point it has.
-inline AEffect* makeEffect(void* module)
-{
-    if (void* const make = findSymbol(module, "VSTPluginMain"))
-        return reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(hostCallback);
-    return std::unique_ptr<K_TypeIF>(entryPoint("getinterface", module)(hostCallback))->aeffect;
-}
-
 // An instance of any module, whatever its interface.
 class Player
 {
@@ -28,7 +20,7 @@ public:
 class RecordPlayer final : public Player
 {
 public:
-    explicit RecordPlayer(void* module) : plugin(makeEffect(module)) {}
+    explicit RecordPlayer(auto effect) : plugin(effect) {}  // its record, or the entry point that makes it
     void setRate(float rate) override { plugin.setRate(rate); }
     void set(VstInt32 index, float value) override { plugin.set(index, value); }
     void setProgram(VstInt32 program) override { plugin.dispatch(effSetProgram, 0, program); }
@@ -78,5 +70,8 @@ inline std::unique_ptr<Player> makePlayer(void* module)
 {
     if (void* const entry = findSymbol(module, "clap_entry"))
         return std::make_unique<ClapPlayer>(*static_cast<const clap::Entry*>(entry));
-    return std::make_unique<RecordPlayer>(module);
+    if (void* const make = findSymbol(module, "VSTPluginMain"))
+        return std::make_unique<RecordPlayer>(
+            reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(hostCallback));
+    return std::make_unique<RecordPlayer>(entryPoint("getinterface", module));
 }

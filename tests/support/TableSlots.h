@@ -1,43 +1,20 @@
 #pragma once
 
-// The vendor's host calls the effect's virtual operations by their slot in the object's table: the two destructors,
-// then AudioEffect, AudioEffectX, K_TypeBase and the effect.
+// The vendor's host calls the effect's virtual operations by their slot in the object's table. These are the ones
+// that the tests' code names; tables of the tests have more.
 namespace slot
 {
 // clang-format off
 enum Slot : int {
-    dispatcher = 2, open, close, suspend, resume, setSampleRate, setBlockSize, processReplacing,
-    processDoubleReplacing, setParameter, getParameter, setParameterAutomated, getProgram, setProgram,
-    setProgramName, getProgramName, getParameterLabel, getParameterDisplay, getParameterName, getChunk, setChunk,
-    setUniqueID, setNumInputs, setNumOutputs, canProcessReplacing, canDoubleReplacing, programsAreChunks,
-    setInitialDelay, getEditor, getAeffect, getSampleRate, getBlockSize, getMasterVersion, getCurrentUniqueId,
-    masterIdle, isInputConnected, isOutputConnected, dB2string, Hz2string, ms2string, float2string, int2string,
-    process, getVu, hasVu, hasClip, canMono, setRealtimeQualities, setOfflineQualities,
-
-    canParameterBeAutomated, string2parameter, getParameterProperties, beginEdit, endEdit, getProgramNameIndexed,
-    beginSetProgram, endSetProgram, beginLoadBank, beginLoadProgram, ioChanged, updateSampleRate, updateBlockSize,
-    getInputLatency, getOutputLatency, getInputProperties, getOutputProperties, setSpeakerArrangement,
-    getSpeakerArrangement, setBypass, setPanLaw, setProcessPrecision, getNumMidiInputChannels,
-    getNumMidiOutputChannels, getTimeInfo, getCurrentProcessLevel, getAutomationState, processEvents, startProcess,
-    stopProcess, processVariableIo, setTotalSampleToProcess, getHostVendorString, getHostProductString,
-    getHostVendorVersion, hostVendorSpecific, canHostDo, getHostLanguage, isSynth, noTail, getGetTailSize,
-    getDirectory, getEffectName, getVendorString, getProductString, getVendorVersion, vendorSpecific, canDo,
-    getVstVersion, getPlugCategory, getMidiProgramName, getCurrentMidiProgram, getMidiProgramCategory,
-    hasMidiProgramsChanged, getMidiKeyName, updateDisplay, sizeWindow, openFileSelector, closeFileSelector,
-    getNextShellPlugin, allocateArrangement, deallocateArrangement, copySpeaker, matchArrangement, offlineRead,
-    offlineWrite, offlineStart, offlineGetCurrentPass, offlineGetCurrentMetaPass, offlineNotify, offlinePrepare,
-    offlineRun, offlineGetNumPasses, offlineGetNumMetaPasses, wantEvents, tempoAt, getNumAutomatableParameters,
-    getParameterQuantization, getNumCategories, copyProgram, needIdle, getPreviousPlug, getNextPlug, inputConnected,
-    outputConnected, willProcessReplacing, wantAsyncOperation, hasExternalBuffer, reportCurrentPosition,
-    reportDestinationBuffer, setOutputSamplerate, getInputSpeakerArrangement, getOutputSpeakerArrangement,
-    openWindow, closeWindow, setBlockSizeAndSampleRate, getErrorText, getIcon, setViewPosition, fxIdle,
-    keysRequired, getChunkFile,
-
-    getNumOfInJacks, getNumOfOutJacks, getNumOfInSig, getNumOfOutSig, getStartNumInSig, getStartNumOutSig,
-    getDryInSigNum, setListner, getParameterDisplayOf, getHeaderVersion, setTime,
-
-    setInvert, count
+    dispatcher = 2, suspend = 5, setParameterAutomated = 13, setProgram = 15, setUniqueID = 23,
+    setNumInputs = 24, setNumOutputs = 25, setInitialDelay = 29, getEditor = 30, getAeffect = 31,
+    getBlockSize = 33, getMasterVersion = 34, int2string = 43, setRealtimeQualities = 49,
+    setOfflineQualities = 50, updateSampleRate = 62, updateBlockSize = 63, hostVendorSpecific = 86,
+    openFileSelector = 108, closeFileSelector = 109, allocateArrangement = 111, deallocateArrangement = 112,
+    copySpeaker = 113, matchArrangement = 114, setOutputSamplerate = 141, setBlockSizeAndSampleRate = 146,
+    getChunkFile = 152, getNumOfInJacks = 153, getNumOfOutJacks = 154, getNumOfInSig = 155,
+    getNumOfOutSig = 156, getStartNumInSig = 157, getStartNumOutSig = 158, getDryInSigNum = 159,
+    setListner = 160, getParameterDisplayOf = 161, getHeaderVersion = 162, setTime = 163, count = 165
 };
 // clang-format on
-static_assert(setOfflineQualities == 50 && getChunkFile == 152 && setTime == 163 && count == 165);
 }  // namespace slot
