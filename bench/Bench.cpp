@@ -78,7 +78,7 @@ void clapEffect(benchmark::State& state)
     subject.activate(kSampleRate);
     ClapEvents events;
     for (int i = 0; i < state.range(0); ++i)
-        events.push_back(valueEvent(3, 0.0, static_cast<std::uint32_t>(256 * i / state.range(0))));
+        events.push_back(valueEvent(3, 0.0, static_cast<std::uint32_t>(256L * i / state.range(0))));
     double value = 0.3;
     measure(state, 256, [&](const double* input, double* output, int frames) {
         for (clap::ParamEvent& event : events)

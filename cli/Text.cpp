@@ -10,7 +10,7 @@ namespace
 // Converts a text to UTF-8; none if it is not valid in the given encoding.
 std::optional<std::string> convert(const std::string& text, const char* encoding)
 {
-    const iconv_t converter = iconv_open("UTF-8", encoding);
+    iconv_t converter = iconv_open("UTF-8", encoding);
     std::string from = text;
     std::string to(4 * text.size(), '\0');  // UTF-8 has at most four bytes for a character
     char* next = from.data();

@@ -11,7 +11,6 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 namespace
@@ -112,7 +111,7 @@ void OutputFile::openTemporary()
     const std::string pattern = (folder / ".wail-XXXXXX").string();
     if (pattern.size() >= sizeof temporary)
         fail(ENAMETOOLONG);
-    std::strcpy(temporary, pattern.c_str());
+    temporary[pattern.copy(temporary, pattern.size())] = '\0';
     descriptor = mkstemp(temporary);
     if (descriptor < 0 && errno == ENOENT)
         throw Error("cannot write {}: there is no folder {}; make it first", name(), folder.string());

@@ -124,8 +124,8 @@ void drawSpectrogram(Picture& picture, const Measurement& measurement, const Axi
     const double top = std::max(kLowestTopLevel, 5.0 * std::ceil(*place / 5.0));
     const Axis level{top - kLevelRange, top, "Level in dBFS"};
     picture.fill(kSpectrogram, [&](int column, int row) {
-        const auto index = static_cast<std::size_t>(column * kSpectrogram.height + row);
-        return heatColour(level.position(levels[index], 0.0, 1.0));
+        const std::ptrdiff_t index = std::ptrdiff_t{column} * kSpectrogram.height + row;
+        return heatColour(level.position(levels[static_cast<std::size_t>(index)], 0.0, 1.0));
     });
     picture.frame(kSpectrogram, time, {0.0, high / 1000.0, "Output frequency in kHz"}, true);
     picture.colourBar(kColourBar, level);
