@@ -147,7 +147,7 @@ TEST_F(Adapters, RefuseHostsAndRatesThatCannotWorkAndLeaveNothing)
         return made != nullptr && (Plugin{made}, true);  // which closes it
     };
     const auto makeLv2AndEnd = [&wail = *describe(0)] {
-        const LV2_Handle made = wail.instantiate(&wail, 48000.0, "", nullptr);
+        LV2_Handle made = wail.instantiate(&wail, 48000.0, "", nullptr);
         return made != nullptr && (wail.cleanup(made), true);
     };
     EXPECT_GE(Allocations::failEach(makeVst24AndEnd), 2);  // the effect and its programs
