@@ -64,6 +64,11 @@ void Wail::reset() noexcept
     lastSweep = 0.0f;
 }
 
+double Wail::delay() const noexcept
+{
+    return signalPath ? std::max(0.0, signalPath->delay() / rateInForce()) : 0.0;
+}
+
 void Wail::processReplacing(float** /*inputs*/, float** /*outputs*/, VstInt32 /*sampleFrames*/) {}
 
 void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames)

@@ -7,7 +7,6 @@
 #include "effect/WailProgram.h"
 #include "host/K_TypeBase.h"
 
-#include <algorithm>
 #include <memory>
 
 inline constexpr VstInt32 kNumPrograms = 16;
@@ -16,14 +15,12 @@ inline constexpr VstInt32 kNumPrograms = 16;
 // makes the sound. One channel.
 //
 // Which thread may call what:
-//     blocks, reset                      one thread at a time: the audio thread, or any while nothing plays
+//     blocks, reset, delay               one thread at a time: the audio thread, or any while nothing plays
 //     setSampleRate, resume, setInvert   any thread, but one at a time and never during a block or reset
-//     parameters, names, texts           any thread, at any time, except that a renaming must not overlap a
-//                                        reading of names
+//     parameters, texts, sweep           any thread, at any time
+//     names                              any thread, but a renaming must not overlap a reading
 //     setProgram                         any thread, but one at a time
-//     sweep                              any thread, at any time
 //     rateInForce                        any thread, but never during setSampleRate
-//     delay                              as for blocks
 // A block holds paramMutex from beginning to end, so what is set meanwhile takes effect with the next block.
 class Wail : public K_TypeBase
 {
@@ -47,27 +44,22 @@ public:
     // the input if no rate is set yet. Never allocates.
     void processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames) override;
 
-    // The same block for hosts of adapters that work in single precision: each sample is widened, each
-    // result rounded to nearest, beyond the range of float to the largest float; subnormal results become
-    // 0.
+    // The same block in single precision: each sample is widened, each result rounded to nearest, beyond the
+    // range of float to the largest float; subnormal results become 0.
     void processSinglePrecision(const float* input, float* output, VstInt32 sampleFrames);
 
-    // Puts the effect into the state of long silence, with the present values in force at once: no fade, no
-    // glide. Does nothing if no rate is set yet. Never allocates.
+    // As after long silence, the present values in force at once. Nothing if no rate is set. Never allocates.
     void reset() noexcept;
 
     // Returns the sample rate in force, in Hz; 0 if no rate is set yet.
-    double rateInForce() const noexcept { return signalPath != nullptr ? signalPath->lastSampleRate : 0.0; }
+    double rateInForce() const noexcept { return signalPath ? signalPath->lastSampleRate : 0.0; }
 
     // Returns the smoothed envelope at the end of the last block, limited to 0 .. 1: how far the teeth were
     // swept of what "Range" allows.
     float sweep() const noexcept { return lastSweep; }
 
     // Returns the comb's delay at the end of the last block, in seconds; 0 if no rate is set yet.
-    double delay() const noexcept
-    {
-        return signalPath != nullptr ? std::max(0.0, signalPath->delay() / signalPath->lastSampleRate) : 0.0;
-    }
+    double delay() const noexcept;
 
     // Keep and return any value unchanged; an index out of range is ignored and reads 0.
     void setParameter(VstInt32 index, float value) override;
@@ -82,7 +74,6 @@ public:
     void getParameterName(VstInt32 index, char* text) override;
     bool getParameterProperties(VstInt32 index, VstParameterProperties* properties) override;
     bool getProgramNameIndexed(VstInt32 category, VstInt32 index, char* text) override;
-
     bool getEffectName(char* name) override;
     bool getVendorString(char* text) override;
     bool getProductString(char* text) override;
