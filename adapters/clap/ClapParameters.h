@@ -22,7 +22,7 @@ public:
 
     ClapParameters() noexcept;
 
-    // These return false for an unknown id, and if there is no such text or value. Texts are the effect's,
+    // These return false for an unknown id, an invalid text or an invalid value. Texts are the effect's,
     // of two decimals. A typed number is rounded to two decimals, so the text of its value is the text of
     // that text. capacity: bytes of text, its zero included.
     static bool getInfo(std::uint32_t index, clap::ParamInfo& info) noexcept;

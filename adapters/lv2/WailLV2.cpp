@@ -83,7 +83,7 @@ WailLV2& instanceOf(LV2_Handle handle)
     return *static_cast<WailLV2*>(handle);
 }
 
-// Returns null for a sample rate that the effect does not take, and if there is no memory.
+// Returns null for a sample rate that the effect does not take, or if memory is short.
 LV2_Handle instantiate(const LV2_Descriptor* /*descriptor*/, double rate, const char* /*bundlePath*/,
                        const LV2_Feature* const* /*features*/) noexcept
 {

@@ -92,7 +92,7 @@ private:
 }  // namespace
 
 // The interface's standard main function. Returns a new effect, which the host ends with effClose; null if
-// the callback is null, answers 0 to audioMasterVersion or throws, and if there is no memory.
+// the callback is null, returns 0 for audioMasterVersion or throws, or if memory is short.
 WAIL_EXPORT AEffect* VSTPluginMain(audioMasterCallback audioMaster)
 {
     try {

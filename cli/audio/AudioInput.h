@@ -22,7 +22,7 @@ using SoundFile = std::unique_ptr<SNDFILE, decltype(&sf_close)>;
 class AudioInput
 {
 public:
-    // Throws Error if there is no such file, or no audio in it.
+    // Throws Error if the file does not exist or holds no audio.
     explicit AudioInput(std::filesystem::path file);
 
     // From now on only this channel is read, counted from 1. Throws Error if there is none.

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <span>
 
-// The reader of standard output has closed it: it has seen enough, which is no failure.
+// The reader of standard output has closed it because it needs no more, which is not an error.
 class ClosedPipe : public std::exception
 {
 };

@@ -11,10 +11,14 @@ inline void forEachRow(const std::string& table, auto use)
 {
     std::ifstream file(WAIL_TESTS "/" + table);
     ASSERT_TRUE(file) << table;
+    int rows = 0;
     for (std::string row; std::getline(file, row);) {
         SCOPED_TRACE(row);
         std::istringstream fields(row);
-        if (row.front() != '#')
-            use(fields);
+        if (row.front() == '#')
+            continue;
+        use(fields);
+        ++rows;
     }
+    EXPECT_GT(rows, 0) << table;
 }
