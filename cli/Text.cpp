@@ -1,29 +1,8 @@
 #include "cli/Text.h"
 
-#include <iconv.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
-
-namespace
-{
-
-// Converts a text to UTF-8; none if it is not valid in the given encoding.
-std::optional<std::string> convert(const std::string& text, const char* encoding)
-{
-    iconv_t converter = iconv_open("UTF-8", encoding);
-    std::string from = text;
-    std::string to(4 * text.size(), '\0');  // UTF-8 has at most four bytes for a character
-    char* next = from.data();
-    char* end = to.data();
-    std::size_t left = from.size();
-    std::size_t room = to.size();
-    const bool valid = iconv(converter, &next, &left, &end, &room) != static_cast<std::size_t>(-1);
-    iconv_close(converter);
-    to.resize(to.size() - room);
-    return valid ? std::optional(to) : std::nullopt;
-}
-
-}  // namespace
 
 std::string lowerCase(std::string text)
 {
@@ -34,7 +13,18 @@ std::string lowerCase(std::string text)
 
 std::string toUtf8(const std::string& text)
 {
-    return convert(text, "UTF-8").value_or(convert(text, "LATIN1").value_or(""));
+    try {
+        (void)nlohmann::json(text).dump();  // which checks it
+        return text;
+    } catch (const nlohmann::json::type_error&) {
+        std::string converted;
+        for (const unsigned char c : text) {
+            if (c >= 0x80)
+                converted += static_cast<char>(0xc0 | c >> 6);
+            converted += static_cast<char>(c >= 0x80 ? 0x80 | (c & 0x3f) : c);
+        }
+        return converted;
+    }
 }
 
 void printLine(std::FILE* stream, std::string text)

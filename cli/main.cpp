@@ -49,7 +49,8 @@ void finishOutput()
 int run(int argc, char** argv)
 {
     CLI::App app("wail: plays audio files through Wail, a comb filter that sweeps with the level.", "wail");
-    app.formatter(helpFormatter());
+    app.get_formatter()->column_width(30);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
     app.group("Commands");  // the heading of all commands below
     app.set_version_flag("--version", "wail " WAIL_VERSION);

@@ -1,7 +1,7 @@
 #include "adapters/clap/PresetProvider.h"
 
-#include "adapters/FactoryPresets.h"
 #include "adapters/clap/WailClap.h"
+#include "presets/FactoryPresets.h"
 
 #include <cstring>
 #include <new>

@@ -1,7 +1,7 @@
 #include "adapters/clap/WailClap.h"
 
-#include "adapters/FactoryPresets.h"
 #include "adapters/clap/ClapState.h"
+#include "presets/FactoryPresets.h"
 
 #include <algorithm>
 #include <cmath>

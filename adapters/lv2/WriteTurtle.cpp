@@ -5,8 +5,8 @@
 // presets: writes presets.ttl, with the shipped presets. Exit status 1 if the template cannot be read,
 // lacks a parameter, or has another name in braces.
 
-#include "adapters/FactoryPresets.h"
 #include "effect/Parameters.h"
+#include "presets/FactoryPresets.h"
 
 #include <charconv>
 #include <fstream>

@@ -1,7 +1,7 @@
-#include "adapters/FactoryPresets.h"
 #include "effect/Wail.h"
 #include "host/Export.h"
 #include "host/Opcodes.h"
+#include "presets/FactoryPresets.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <vector>
 
 namespace
@@ -13,58 +14,45 @@ namespace
 
 namespace fs = std::filesystem;
 
-struct Container {
+struct Name {
     std::string_view name;
     int format;
 };
 
 // The first name of a container is its extension.
-constexpr std::array<Container, 7> kContainers{{{"wav", SF_FORMAT_WAV},
-                                                {"flac", SF_FORMAT_FLAC},
-                                                {"aiff", SF_FORMAT_AIFF},
-                                                {"aif", SF_FORMAT_AIFF},
-                                                {"caf", SF_FORMAT_CAF},
-                                                {"w64", SF_FORMAT_W64},
-                                                {"au", SF_FORMAT_AU}}};
-
-struct SampleType {
-    std::string_view name;  // empty for types that only inputs have
-    int format;
-    int bits;
-};
-
-constexpr std::array<SampleType, 11> kTypes{{{"pcm8", SF_FORMAT_PCM_S8, 8},
-                                             {"", SF_FORMAT_PCM_U8, 8},
-                                             {"pcm16", SF_FORMAT_PCM_16, 16},
-                                             {"pcm24", SF_FORMAT_PCM_24, 24},
-                                             {"pcm32", SF_FORMAT_PCM_32, 32},
-                                             {"float", SF_FORMAT_FLOAT, 0},
-                                             {"double", SF_FORMAT_DOUBLE, 0},
-                                             {"", SF_FORMAT_ALAC_16, 16},
-                                             {"", SF_FORMAT_ALAC_20, 24},
-                                             {"", SF_FORMAT_ALAC_24, 24},
-                                             {"", SF_FORMAT_ALAC_32, 32}}};
-
+constexpr std::array<Name, 7> kContainers{{{"wav", SF_FORMAT_WAV},
+                                           {"flac", SF_FORMAT_FLAC},
+                                           {"aiff", SF_FORMAT_AIFF},
+                                           {"aif", SF_FORMAT_AIFF},
+                                           {"caf", SF_FORMAT_CAF},
+                                           {"w64", SF_FORMAT_W64},
+                                           {"au", SF_FORMAT_AU}}};
+constexpr std::array<Name, 6> kTypes{{{"pcm8", SF_FORMAT_PCM_S8},
+                                      {"pcm16", SF_FORMAT_PCM_16},
+                                      {"pcm24", SF_FORMAT_PCM_24},
+                                      {"pcm32", SF_FORMAT_PCM_32},
+                                      {"float", SF_FORMAT_FLOAT},
+                                      {"double", SF_FORMAT_DOUBLE}}};
 constexpr std::array<std::string_view, 7> kLossyNames{"mp3", "ogg", "oga", "opus", "m4a", "aac", "wma"};
 
 constexpr double kMaxBytesIn32Bits = 4294900000.0;  // 2^32 with some room for headers
 
-template <typename Table>
-int formatNamed(const Table& table, std::string_view name)
+// 0 if the table lacks the name.
+int formatNamed(const auto& table, std::string_view name)
 {
-    const auto row = std::ranges::find(table, name, [](const auto& entry) { return entry.name; });
-    return name.empty() || row == table.end() ? 0 : row->format;
+    const auto row = std::ranges::find(table, name, &Name::name);
+    return row == table.end() ? 0 : row->format;
 }
 
 std::string nameOf(int container)
 {
-    return std::string(std::ranges::find(kContainers, container, &Container::format)->name);
+    return std::string(std::ranges::find(kContainers, container, &Name::format)->name);
 }
 
-std::string extensionOf(const fs::path& file)
+int containerNamedBy(const fs::path& file)
 {
-    const std::string extension = lowerCase(file.extension().string());
-    return extension.empty() ? extension : extension.substr(1);
+    const std::string extension = lowerCase(file.extension());
+    return extension.empty() ? 0 : formatNamed(kContainers, extension.substr(1));
 }
 
 int typeOf(int format)
@@ -72,18 +60,9 @@ int typeOf(int format)
     return format & SF_FORMAT_SUBMASK;
 }
 
-// The container that an output with the same name has; 0 if there is none.
-int outputContainer(int format)
+bool isLossless(int format)
 {
-    const int container = containerOf(format);
-    if (container == SF_FORMAT_WAVEX || container == SF_FORMAT_RF64)
-        return SF_FORMAT_WAV;
-    return std::ranges::count(kContainers, container, &Container::format) > 0 ? container : 0;
-}
-
-bool isLossy(int format)
-{
-    return std::ranges::count(kTypes, typeOf(format), &SampleType::format) == 0;
+    return bitsOf(format) > 0 || isFloatingPoint(format);
 }
 
 void checkLossless(std::string_view name)
@@ -94,53 +73,39 @@ void checkLossless(std::string_view name)
                          name, name);
 }
 
-void choose(AudioFormat& format, const std::string& name)
-{
-    checkLossless(name);
-    if (const int container = formatNamed(kContainers, name))
-        format.container = container;
-    else if (const int type = formatNamed(kTypes, name))
-        format.type = type;
-    else
-        throw UsageError(
-            "no format '{}'; containers are wav, flac, aiff, caf, w64 and au, sample types pcm8, "
-            "pcm16, pcm24, pcm32, float and double",
-            name);
-}
-
-int chooseContainer(const AudioFormat& chosen, const fs::path& file, int input)
+int chooseContainer(const AudioFormat& chosen, const fs::path& file, int inputFormat)
 {
     if (chosen.container != 0)
         return chosen.container;
-    if (const int named = formatNamed(kContainers, extensionOf(file)))
+    if (const int named = containerNamedBy(file))
         return named;
-    const int own = outputContainer(input);
-    return own == SF_FORMAT_AU || own == SF_FORMAT_FLAC ? own : SF_FORMAT_WAV;
+    const bool isWav =
+        containerOf(inputFormat) == SF_FORMAT_WAVEX || containerOf(inputFormat) == SF_FORMAT_RF64;
+    const int own = isWav ? SF_FORMAT_WAV : containerOf(inputFormat);
+    if (isStream(file))
+        return own == SF_FORMAT_AU || own == SF_FORMAT_FLAC ? own : SF_FORMAT_WAV;
+    if (!isLossless(inputFormat))
+        return SF_FORMAT_FLAC;
+    return std::ranges::count(kContainers, own, &Name::format) > 0 ? own : SF_FORMAT_WAV;
 }
 
-// The sample types to try, the best first.
-std::vector<int> typesFor(int chosen, int input)
+// The sample types to try, the best first. Containers have signed or unsigned bytes.
+std::vector<int> chooseTypes(int chosen, int inputFormat)
 {
-    const int own = chosen != 0 ? chosen : typeOf(input);
-    switch (isLossy(own) ? 24 : bitsOf(own)) {
-    case 8: return {own, SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};  // containers have one or the other
-    case 16: return {SF_FORMAT_PCM_16};
-    case 24: return {SF_FORMAT_PCM_24};
-    default: break;
-    }
+    const int best = chosen != 0 ? chosen : typeOf(inputFormat);
+    if (bitsOf(best) == 8)
+        return {SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8};
     if (chosen != 0)
         return {chosen};
-    return {bitsOf(own) == 32 ? SF_FORMAT_PCM_32 : own, SF_FORMAT_PCM_24};
+    return {isLossless(best) ? best : SF_FORMAT_PCM_24, SF_FORMAT_PCM_24};
 }
 
-// WAV has kinds that share its extension.
-int wavContainer(const SF_INFO& info, const OutputSource& source)
+// WAV has kinds that share its extension: one for more than 4 GB, one for channels with named places.
+int kindOfWav(const SF_INFO& info, const fs::path& file, bool hasLayout)
 {
-    const double bytes = static_cast<double>(info.frames) * info.channels * sampleBytesOf(info.format);
-    if (source.seekable && (info.frames == 0 || bytes > kMaxBytesIn32Bits))
+    if (!isStream(file) && (info.frames == 0 || audioBytes(info) > kMaxBytesIn32Bits))
         return SF_FORMAT_RF64;
-    return source.hasLayout || containerOf(source.info.format) == SF_FORMAT_WAVEX ? SF_FORMAT_WAVEX
-                                                                                  : SF_FORMAT_WAV;
+    return hasLayout ? SF_FORMAT_WAVEX : SF_FORMAT_WAV;
 }
 
 }  // namespace
@@ -148,19 +113,27 @@ int wavContainer(const SF_INFO& info, const OutputSource& source)
 AudioFormat parseAudioFormat(const std::string& text)
 {
     AudioFormat format;
-    const std::string name = lowerCase(text);
-    const std::size_t slash = name.find('/');
-    choose(format, name.substr(0, slash));
-    if (slash != std::string::npos)
-        choose(format, name.substr(slash + 1));
+    std::istringstream names(lowerCase(text));
+    for (std::string name; std::getline(names, name, '/');) {
+        checkLossless(name);
+        if (const int container = formatNamed(kContainers, name))
+            format.container = container;
+        else if (const int type = formatNamed(kTypes, name))
+            format.type = type;
+        else
+            throw UsageError(
+                "no format '{}'; containers are wav, flac, aiff, caf, w64 and au, sample types pcm8, "
+                "pcm16, pcm24, pcm32, float and double",
+                name);
+    }
     return format;
 }
 
 void checkOutputName(const fs::path& file, const AudioFormat& chosen)
 {
-    const std::string extension = extensionOf(file);
-    checkLossless(extension);
-    const int named = formatNamed(kContainers, extension);
+    const std::string extension = lowerCase(file.extension());
+    checkLossless(extension.substr(extension.empty() ? 0 : 1));
+    const int named = containerNamedBy(file);
     if (named == 0 && chosen.container == 0 && !isStream(file))
         throw UsageError(
             "cannot tell the format of {}; end its name in .wav, .flac, .aiff, .caf, .w64 or .au, or "
@@ -173,32 +146,25 @@ void checkOutputName(const fs::path& file, const AudioFormat& chosen)
 
 std::string outputExtension(const fs::path& input, int inputFormat, const AudioFormat& chosen)
 {
-    int container = chosen.container;
-    if (container == 0)
-        container = isLossy(inputFormat) ? SF_FORMAT_FLAC : outputContainer(inputFormat);
-    if (container == 0)
-        container = SF_FORMAT_WAV;
-    const bool fits = formatNamed(kContainers, extensionOf(input)) == container;
-    return fits ? input.extension().string() : "." + nameOf(container);
+    const int container = chooseContainer(chosen, {}, inputFormat);
+    return containerNamedBy(input) == container ? input.extension().string() : "." + nameOf(container);
 }
 
-SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& file, const OutputSource& source)
+SF_INFO outputFormat(const AudioFormat& chosen, const fs::path& file, const SF_INFO& input, bool hasLayout)
 {
-    SF_INFO info = source.info;
-    const int container = chooseContainer(chosen, file, info.format);
-    if (!source.seekable && container != SF_FORMAT_WAV && container != SF_FORMAT_AU &&
-        container != SF_FORMAT_FLAC)
+    const int container = chooseContainer(chosen, file, input.format);
+    const bool streams =
+        container == SF_FORMAT_WAV || container == SF_FORMAT_AU || container == SF_FORMAT_FLAC;
+    if (isStream(file) && !streams)
         throw Error("cannot stream {}; use --format wav, au or flac", nameOf(container));
-    const int ownEndian = container == outputContainer(info.format) ? info.format & SF_FORMAT_ENDMASK : 0;
-    for (const int type : typesFor(chosen.type, source.info.format)) {
-        for (const int endian : {ownEndian, 0}) {
-            info.format = container | type | endian;
-            if (sf_format_check(&info) == 0)
-                continue;
-            if (container == SF_FORMAT_WAV)
-                info.format = wavContainer(info, source) | type | endian;
-            return info;
-        }
+    SF_INFO info = input;
+    for (const int type : chooseTypes(chosen.type, input.format)) {
+        info.format = container | type;
+        if (sf_format_check(&info) == 0)
+            continue;
+        if (container == SF_FORMAT_WAV)
+            info.format = kindOfWav(info, file, hasLayout) | type;
+        return info;
     }
     throw Error("{} cannot hold {} channels at {} Hz in this sample type; use another --format, such as wav",
                 nameOf(container), info.channels, info.samplerate);
@@ -211,14 +177,14 @@ int containerOf(int format)
 
 int bitsOf(int format)
 {
-    const auto row = std::ranges::find(kTypes, typeOf(format), &SampleType::format);
-    return row == kTypes.end() ? 0 : row->bits;
-}
-
-int sampleBytesOf(int format)
-{
-    const int type = typeOf(format);
-    return type == SF_FORMAT_FLOAT ? 4 : type == SF_FORMAT_DOUBLE ? 8 : bitsOf(format) / 8;
+    switch (typeOf(format)) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8: return 8;
+    case SF_FORMAT_PCM_16: return 16;
+    case SF_FORMAT_PCM_24: return 24;
+    case SF_FORMAT_PCM_32: return 32;
+    default: return 0;
+    }
 }
 
 bool isFloatingPoint(int format)
@@ -226,21 +192,24 @@ bool isFloatingPoint(int format)
     return typeOf(format) == SF_FORMAT_FLOAT || typeOf(format) == SF_FORMAT_DOUBLE;
 }
 
-bool hasOutputContainer(int format)
+double audioBytes(const SF_INFO& info)
 {
-    return outputContainer(format) != 0;
+    const int type = typeOf(info.format);
+    const int bytes = type == SF_FORMAT_DOUBLE  ? 8
+                      : type == SF_FORMAT_FLOAT ? 4
+                                                : std::max(1, bitsOf(type) / 8);
+    return static_cast<double>(info.frames) * info.channels * bytes;
 }
 
 bool stopsAtEnd(int format)
 {
-    const int type = typeOf(format);
-    return containerOf(format) == SF_FORMAT_FLAC || (type >= SF_FORMAT_PCM_S8 && type <= SF_FORMAT_ALAW);
+    const int container = containerOf(format);
+    return container == SF_FORMAT_FLAC || container == SF_FORMAT_OGG || typeOf(format) <= SF_FORMAT_ALAW;
 }
 
 std::string reasonOf(SNDFILE* sound)
 {
-    std::string reason = sf_strerror(sound);
-    if (reason.starts_with("Error : "))
-        reason.erase(0, std::string("Error : ").size());
-    return reason.substr(0, reason.find_last_not_of('.') + 1);
+    const std::string reason = sf_strerror(sound);
+    const std::size_t begin = reason.starts_with("Error : ") ? 8 : 0;
+    return reason.substr(begin, reason.find_last_not_of('.') + 1 - begin);
 }

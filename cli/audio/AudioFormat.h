@@ -22,24 +22,19 @@ void checkOutputName(const std::filesystem::path& file, const AudioFormat& chose
 // The extension, with its dot, of an output that is named after its input: the input's own if it fits.
 std::string outputExtension(const std::filesystem::path& input, int inputFormat, const AudioFormat& chosen);
 
-// What an output is made from and goes to.
-struct OutputSource {
-    SF_INFO info;    // of the input; frames: of the output, 0 if unknown
-    bool hasLayout;  // true if the channels have named places
-    bool seekable;   // false if the output is a pipe
-};
+// The format of an output. input: with the output's length as its frames, 0 if unknown. hasLayout: true if its
+// channels have named places. The container is the chosen one, else that of the name, else the input's; the
+// sample type is the chosen one, else the input's, else 24 bits if the input is lossy or the container lacks
+// its type. Throws Error.
+SF_INFO outputFormat(const AudioFormat& chosen, const std::filesystem::path& file, const SF_INFO& input,
+                     bool hasLayout);
 
-// The format of an output: container and type as chosen, else as its name says, else as the input's. If the
-// container lacks the input's type, the best one it has; 24 bits if the input is lossy. WAV becomes WAVEX for
-// channels with named places and RF64 if it might exceed 4 GB. Throws Error.
-SF_INFO outputFormat(const AudioFormat& chosen, const std::filesystem::path& file,
-                     const OutputSource& source);
-
-int containerOf(int format);    // SF_FORMAT_WAV and the like
-int bitsOf(int format);         // of an integer sample; 0 for other types
-int sampleBytesOf(int format);  // of an integer or floating-point sample; 0 for other types
+int containerOf(int format);  // SF_FORMAT_WAV and the like
+int bitsOf(int format);       // of an integer sample; 0 for other types
 bool isFloatingPoint(int format);
-bool hasOutputContainer(int format);  // true if an output can have the format's container
+
+// Bytes in the audio of this format and length; of compressed audio the number of its samples.
+double audioBytes(const SF_INFO& info);
 
 // True if a decoder of the type stops where the data end; block codecs such as ADPCM invent what is missing.
 bool stopsAtEnd(int format);

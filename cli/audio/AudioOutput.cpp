@@ -67,36 +67,29 @@ SF_VIRTUAL_IO virtualOutput = {
 // Rounds to the nearest value of a type with scale steps to full scale, so that unchanged samples keep their
 // bits; libsndfile's own conversion rounds down. unit: one step in the upper bits of an int, where libsndfile
 // takes the sample from.
-void toIntegers(std::span<const double> samples, double scale, int unit, int* integers)
+int toInteger(double sample, double scale, int unit)
 {
     constexpr double kRound = 0x1.8p52;  // a double of this size has no fraction
-    const double* const from = samples.data();
-    for (std::size_t i = 0, length = samples.size(); i < length; ++i) {
-        const double value = (from[i] * scale + kRound) - kRound;
-        const double notTooLow = value < -scale ? -scale : value;
-        const double inside = notTooLow > scale - 1.0 ? scale - 1.0 : notTooLow;
-        integers[i] = static_cast<int>(inside) * unit;
-    }
+    const double value = (sample * scale + kRound) - kRound;
+    const double notTooLow = value < -scale ? -scale : value;
+    return static_cast<int>(notTooLow > scale - 1.0 ? scale - 1.0 : notTooLow) * unit;
 }
 
-SF_INFO chooseFormat(const OutputFile& file, const std::filesystem::path& path, const AudioInput& input,
+SF_INFO chooseFormat(const std::filesystem::path& path, const AudioInput& input,
                      const OutputSettings& settings)
 {
-    OutputSource source{.info = input.format(),
-                        .hasLayout = !channelLayout(input.handle(), input.format().channels).empty(),
-                        .seekable = !file.isStream()};
-    source.info.frames = settings.expectedFrames.value_or(0);
-    return outputFormat(settings.format, path, source);
+    SF_INFO info = input.format();
+    info.frames = settings.expectedFrames.value_or(0);
+    return outputFormat(settings.format, path, info, !channelLayout(input.handle(), info.channels).empty());
 }
 
 }  // namespace
 
 AudioOutput::AudioOutput(const std::filesystem::path& path, const AudioInput& input,
                          const OutputSettings& settings)
-    : file(path), info(chooseFormat(file, path, input, settings)), dither(settings.dither),
-      sound(nullptr, sf_close)
+    : file(path), info(chooseFormat(path, input, settings)), dither(settings.dither),
+      sound(sf_open_virtual(&virtualOutput, SFM_WRITE, &info, &file), sf_close)
 {
-    sound.reset(sf_open_virtual(&virtualOutput, SFM_WRITE, &info, &file));
     file.check();
     if (sound == nullptr)
         throw Error("cannot write {}: {}", file.name(), reasonOf(nullptr));
@@ -113,17 +106,20 @@ AudioOutput::AudioOutput(const std::filesystem::path& path, const AudioInput& in
 void AudioOutput::write(std::span<const double> samples)
 {
     const auto count = static_cast<sf_count_t>(samples.size());
-    if (isFloatingPoint(info.format))
-        check(sf_write_double(sound.get(), samples.data(), count) == count);
-    else
-        writeIntegers(samples);
-    const bool countsIn32Bits =
-        containerOf(info.format) == SF_FORMAT_AIFF || containerOf(info.format) == SF_FORMAT_AU;
-    if (countsIn32Bits && !file.isStream() && file.size() > kMaxBytesIn32Bits)
+    const sf_count_t written = isFloatingPoint(info.format)
+                                   ? sf_write_double(sound.get(), samples.data(), count)
+                                   : writeIntegers(samples);
+    file.check();
+    if (written != count)
+        throw Error("cannot write {}: {}", file.name(), reasonOf(sound.get()));
+    const bool hasNoLimit =
+        containerOf(info.format) == SF_FORMAT_RF64 || containerOf(info.format) == SF_FORMAT_W64 ||
+        containerOf(info.format) == SF_FORMAT_CAF || containerOf(info.format) == SF_FORMAT_FLAC;
+    if (!hasNoLimit && !file.isStream() && file.size() > kMaxBytesIn32Bits)
         throw Error("cannot write {}: the format ends at 4 GB; use --format w64, caf or flac", file.name());
 }
 
-void AudioOutput::writeIntegers(std::span<const double> samples)
+sf_count_t AudioOutput::writeIntegers(std::span<const double> samples)
 {
     const int bits = bitsOf(info.format);
     const double scale = std::exp2(bits - 1);
@@ -138,9 +134,9 @@ void AudioOutput::writeIntegers(std::span<const double> samples)
         samples = dithered;
     }
     integers.resize(samples.size());
-    toIntegers(samples, scale, 1 << (32 - bits), integers.data());
-    const auto count = static_cast<sf_count_t>(samples.size());
-    check(sf_write_int(sound.get(), integers.data(), count) == count);
+    std::ranges::transform(samples, integers.begin(),
+                           [=](double x) { return toInteger(x, scale, 1 << (32 - bits)); });
+    return sf_write_int(sound.get(), integers.data(), static_cast<sf_count_t>(samples.size()));
 }
 
 // Triangular noise between -1 and 1 steps makes the error of the rounding independent of the signal.
@@ -151,13 +147,6 @@ void AudioOutput::addDither(std::span<double> samples, double step)
     const auto uniform = [this] { return static_cast<double>(random()) * 0x1p-32; };
     for (double& sample : samples)
         sample += (uniform() - uniform()) * step;
-}
-
-void AudioOutput::check(bool done) const
-{
-    file.check();
-    if (!done)
-        throw Error("cannot write {}: {}", file.name(), reasonOf(sound.get()));
 }
 
 void AudioOutput::commit()

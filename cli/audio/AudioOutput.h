@@ -37,9 +37,8 @@ public:
     std::string name() const { return file.name(); }
 
 private:
-    void writeIntegers(std::span<const double> samples);
+    sf_count_t writeIntegers(std::span<const double> samples);
     void addDither(std::span<double> samples, double step);
-    void check(bool done) const;
 
     OutputFile file;
     SF_INFO info;

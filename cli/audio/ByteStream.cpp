@@ -13,20 +13,19 @@
 namespace
 {
 
-constexpr std::uint32_t kUnknownLength = 0x7ffe0000;  // or more: what writers into a pipe put for a length
 constexpr sf_count_t kEndless = std::numeric_limits<sf_count_t>::max() / 4;
 
-// Like POSIX read, but complete: fewer bytes mean the end, or an error, which counts as the end.
-std::size_t readFully(int descriptor, char* bytes, std::size_t count)
+// Like POSIX read, but complete.
+sf_count_t readFully(int descriptor, char* bytes, sf_count_t count)
 {
-    std::size_t done = 0;
+    sf_count_t done = 0;
     while (done < count) {
-        const ssize_t got = ::read(descriptor, bytes + done, count - done);
+        const ssize_t got = read(descriptor, bytes + done, static_cast<std::size_t>(count - done));
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0)
             break;
-        done += static_cast<std::size_t>(got);
+        done += got;
     }
     return done;
 }
@@ -35,24 +34,17 @@ std::size_t readFully(int descriptor, char* bytes, std::size_t count)
 // largest length makes it read to the end. If the RIFF chunk is longer than this header, the data are empty.
 void repairWavLength(std::vector<char>& head)
 {
-    static_assert(std::endian::native == std::endian::little);  // as the fields are
-    const auto field = [&](std::size_t at) {
-        std::uint32_t value = 0;
-        std::memcpy(&value, head.data() + at, sizeof value);
-        return value;
-    };
+    using std::string_view_literals::operator""sv;
+    static_assert(std::endian::native == std::endian::little);  // as the length is
+    constexpr std::uint32_t kUnknown = 0x7ffe0000;              // or more
     const std::string_view text(head.data(), head.size());
-    if (!text.starts_with("RIFF"))
+    const std::size_t data = text.find("data\0\0\0\0"sv);
+    if (!text.starts_with("RIFF") || data == std::string_view::npos)
         return;
-    for (std::size_t chunk = 12; chunk + 8 <= head.size();) {
-        const std::size_t size = field(chunk + 4);
-        if (text.substr(chunk, 4) == "data") {
-            if (size == 0 && (field(4) <= chunk || field(4) >= kUnknownLength))
-                std::fill_n(head.begin() + static_cast<std::ptrdiff_t>(chunk + 4), 4, '\xff');
-            return;
-        }
-        chunk += 8 + size + size % 2;
-    }
+    std::uint32_t riffLength = 0;
+    std::memcpy(&riffLength, head.data() + 4, sizeof riffLength);
+    if (riffLength <= data || riffLength >= kUnknown)
+        std::fill_n(head.data() + data + 4, 4, '\xff');
 }
 
 ByteStream& streamOf(void* stream)
@@ -60,26 +52,13 @@ ByteStream& streamOf(void* stream)
     return *static_cast<ByteStream*>(stream);
 }
 
-sf_count_t seekIn(sf_count_t offset, int whence, void* stream)
-{
-    const sf_count_t origin = whence == SEEK_SET   ? 0
-                              : whence == SEEK_CUR ? static_cast<sf_count_t>(streamOf(stream).tell())
-                                                   : kEndless;
-    const sf_count_t target = origin + std::clamp(offset, -origin, kEndless);
-    streamOf(stream).seek(static_cast<std::size_t>(target));
-    return target;
-}
-
 SF_VIRTUAL_IO virtualInput = {
     .get_filelen = [](void*) { return kEndless; },
-    .seek = seekIn,
-    .read =
-        [](void* bytes, sf_count_t count, void* stream) {
-            return static_cast<sf_count_t>(
-                streamOf(stream).read(static_cast<char*>(bytes), static_cast<std::size_t>(count)));
-        },
+    .seek = [](sf_count_t offset, int whence, void* stream) { return streamOf(stream).seek(offset, whence); },
+    .read = [](void* bytes, sf_count_t count,
+               void* stream) { return streamOf(stream).read(static_cast<char*>(bytes), count); },
     .write = nullptr,
-    .tell = [](void* stream) { return static_cast<sf_count_t>(streamOf(stream).tell()); },
+    .tell = [](void* stream) { return streamOf(stream).seek(0, SEEK_CUR); },
 };
 
 }  // namespace
@@ -92,35 +71,28 @@ SNDFILE* ByteStream::open(SF_INFO* info)
     return sound;
 }
 
-void ByteStream::fillHead(std::size_t size)
+sf_count_t ByteStream::seek(sf_count_t offset, int whence)
 {
-    const std::size_t before = head.size();
-    if (size <= before)
-        return;
-    head.resize(std::min(size, kHeadBytes));
-    head.resize(before + readFully(descriptor, head.data() + before, head.size() - before));
-    consumed = head.size();
-    repairWavLength(head);
+    const sf_count_t origin = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position : kEndless;
+    position = origin + std::clamp(offset, -origin, kEndless);
+    return position;
 }
 
-std::size_t ByteStream::read(char* bytes, std::size_t count)
+sf_count_t ByteStream::read(char* bytes, sf_count_t count)
 {
-    if (opening && position > head.size())
-        return 0;  // behind the audio, for which a live pipe would have to end first
-    std::size_t done = 0;
-    if (position < kHeadBytes) {
-        fillHead(position + count);
-        if (position < head.size()) {
-            done = std::min(count, head.size() - position);
-            std::copy_n(head.data() + position, done, bytes);
-            position += done;
-        }
+    if (opening && position <= std::ssize(head)) {
+        const sf_count_t known = std::ssize(head);
+        head.resize(static_cast<std::size_t>(std::max(known, position + count)));
+        const sf_count_t got = readFully(descriptor, head.data() + known, std::ssize(head) - known);
+        head.resize(static_cast<std::size_t>(known + got));
+        repairWavLength(head);
     }
-    if (!opening && done < count && position == consumed) {
-        const std::size_t got = readFully(descriptor, bytes + done, count - done);
-        consumed += got;
-        position += got;
-        done += got;
-    }
-    return done;
+    const sf_count_t kept = std::clamp<sf_count_t>(std::ssize(head) - position, 0, count);
+    std::copy_n(head.data() + (kept > 0 ? position : 0), kept, bytes);
+    position += kept;
+    if (opening || position < std::ssize(head))
+        return kept;
+    const sf_count_t more = readFully(descriptor, bytes + kept, count - kept);
+    position += more;
+    return kept + more;
 }

@@ -31,15 +31,6 @@ fs::path followLinks(fs::path file)
     return file;
 }
 
-// True if standard output is a file in which a header can still be completed.
-bool isRewritable(int descriptor)
-{
-    struct stat status {
-    };
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-           (fcntl(descriptor, F_GETFL) & O_APPEND) == 0;
-}
-
 // Those of the file if it exists, else those of any new file.
 mode_t permissionsOf(const fs::path& file)
 {
@@ -89,11 +80,11 @@ OutputFile::OutputFile(fs::path file) : path(std::move(file))
         throw Error("cannot write {}: it is a folder; choose another name", name());
     if (path == "-") {
         descriptor = dup(STDOUT_FILENO);
-        seekable = isRewritable(descriptor);
+        seekable =
+            fs::is_regular_file("/dev/stdout", ignored) && (fcntl(descriptor, F_GETFL) & O_APPEND) == 0;
         origin = seekable ? lseek(descriptor, 0, SEEK_CUR) : 0;
     } else if (::isStream(path)) {
         descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        seekable = false;
     } else {
         openTemporary();
     }
@@ -117,7 +108,7 @@ void OutputFile::openTemporary()
         throw Error("cannot write {}: there is no folder {}; make it first", name(), folder.string());
     if (descriptor < 0)
         return;
-    isTemporary = true;
+    isTemporary = seekable = true;
     fchmod(descriptor, permissionsOf(path));
 }
 
@@ -177,9 +168,4 @@ void OutputFile::commit()
 void OutputFile::fail(int errorNumber) const
 {
     throw Error("cannot write {}: {}", name(), std::strerror(errorNumber));
-}
-
-std::string OutputFile::name() const
-{
-    return path == "-" ? "standard output" : path.string();
 }

@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <cstddef>
 #include <exception>
 #include <filesystem>
 #include <span>
@@ -42,7 +41,7 @@ public:
     void commit();
 
     // For messages: the path, or "standard output".
-    std::string name() const;
+    std::string name() const { return path == "-" ? "standard output" : path.string(); }
 
 private:
     [[noreturn]] void fail(int errorNumber) const;
@@ -50,7 +49,7 @@ private:
 
     std::filesystem::path path;
     bool isTemporary = false;  // else it is written directly
-    bool seekable = true;
+    bool seekable = false;
     int descriptor = -1;
     off_t origin = 0;  // of the first byte, in the descriptor
     off_t position = 0;

@@ -13,11 +13,11 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-std::string uniqueIdOf(const HostedEffect& effect)
+std::string fourCharacters(VstInt32 code)
 {
     std::string text;
     for (int shift = 24; shift >= 0; shift -= 8)
-        text += static_cast<char>(effect.properties().uniqueID >> shift & 0xff);
+        text += static_cast<char>(code >> shift & 0xff);
     return text;
 }
 
@@ -27,52 +27,40 @@ double shortest(float value)
     return parseNumber<double>(fmt::format("{}", value)).value_or(value);
 }
 
-Json parametersOf(const HostedEffect& effect)
+Json describe(const HostedEffect& effect, VstInt32 index)
 {
-    Json parameters = Json::array();
-    for (VstInt32 index = 0; index < effect.properties().numParams; ++index) {
-        VstParameterProperties properties{};
-        const bool known = effect.dispatch(effGetParameterProperties, index, 0, &properties) == 1;
-        Json entry{{"index", index},
+    VstParameterProperties properties{};
+    effect.dispatch(effGetParameterProperties, index, 0, &properties);
+    Json parameter{{"index", index},
                    {"name", effect.text(effGetParamName, index)},
                    {"value", shortest(effect.parameter(index))},
                    {"text", effect.text(effGetParamDisplay, index)},
                    {"label", effect.text(effGetParamLabel, index)},
-                   {"automatable", effect.dispatch(effCanBeAutomated, index) == 1}};
-        if (known)
-            entry["switch"] = (properties.flags & kVstParameterIsSwitch) != 0;
-        if (known && (properties.flags & kVstParameterUsesFloatStep) != 0)
-            entry["step"] = shortest(properties.stepFloat);
-        parameters.push_back(entry);
-    }
-    return parameters;
-}
-
-Json programsOf(const HostedEffect& effect)
-{
-    Json programs = Json::array();
-    for (VstInt32 index = 0; index < effect.properties().numPrograms; ++index)
-        programs.push_back(effect.text(effGetProgramNameIndexed, index));
-    return programs;
+                   {"automatable", effect.dispatch(effCanBeAutomated, index) == 1},
+                   {"switch", (properties.flags & kVstParameterIsSwitch) != 0}};
+    if ((properties.flags & kVstParameterUsesFloatStep) != 0)
+        parameter["step"] = shortest(properties.stepFloat);
+    return parameter;
 }
 
 Json describe(const Bundle& bundle)
 {
     const HostedEffect effect(bundle);
     const AEffect& record = effect.properties();
-    return {
-        {"bundle", toUtf8(bundle.file().string())},
-        {"name", effect.text(effGetEffectName)},
-        {"vendor", effect.text(effGetVendorString)},
-        {"vendorVersion", effect.dispatch(effGetVendorVersion)},
-        {"uniqueID", uniqueIdOf(effect)},
-        {"version", record.version},
-        {"inputs", record.numInputs},
-        {"outputs", record.numOutputs},
-        {"latencySamples", record.initialDelay},
-        {"parameters", parametersOf(effect)},
-        {"programs", programsOf(effect)},
-    };
+    Json info{{"bundle", toUtf8(bundle.file().string())},
+              {"name", effect.text(effGetEffectName)},
+              {"vendor", effect.text(effGetVendorString)},
+              {"vendorVersion", effect.dispatch(effGetVendorVersion)},
+              {"uniqueID", fourCharacters(record.uniqueID)},
+              {"version", record.version},
+              {"inputs", record.numInputs},
+              {"outputs", record.numOutputs},
+              {"latencySamples", record.initialDelay}};
+    for (VstInt32 index = 0; index < record.numParams; ++index)
+        info["parameters"].push_back(describe(effect, index));
+    for (VstInt32 index = 0; index < record.numPrograms; ++index)
+        info["programs"].push_back(effect.text(effGetProgramNameIndexed, index));
+    return info;
 }
 
 const std::string& text(const Json& value)
@@ -83,10 +71,10 @@ const std::string& text(const Json& value)
 std::string summaryOf(const Json& info)
 {
     std::string summary =
-        fmt::format("{} by {}, version {}, {}\n\n    Parameter  Value  Shown as\n", text(info["name"]),
+        fmt::format("{} by {}, version {}, {}\n\n    Parameter      Value  Shown as\n", text(info["name"]),
                     text(info["vendor"]), info["vendorVersion"].dump(), text(info["bundle"]));
     for (const Json& parameter : info["parameters"])
-        summary += fmt::format("{:>3} {:<9} {:>6}  {}\n", parameter["index"].dump(), text(parameter["name"]),
+        summary += fmt::format("{:>3} {:<9} {:>10}  {}\n", parameter["index"].dump(), text(parameter["name"]),
                                parameter["value"].dump(), text(parameter["text"]));
     summary += "\nPrograms:";
     for (std::size_t i = 0; i < info["programs"].size(); ++i)
@@ -104,7 +92,6 @@ void addInfoCommand(CLI::App& app)
     sub.footer("Examples:\n  wail info\n  wail info --json | jq '.parameters[].name'");
     sub.final_callback([json] {
         const Json info = describe(Bundle());
-        std::puts(
-            (*json ? info.dump(2, ' ', false, Json::error_handler_t::replace) : summaryOf(info)).c_str());
+        std::puts((*json ? info.dump(2) : summaryOf(info)).c_str());
     });
 }

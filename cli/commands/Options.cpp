@@ -1,52 +1,17 @@
 #include "cli/commands/Options.h"
 
-#include "cli/Error.h"
-#include "cli/Text.h"
-
 #include <cmath>
 
 namespace
 {
 
-using Parse = std::function<void(const std::string&)>;
-
 constexpr double kLongestTime = 1e6;  // s
 constexpr int kPrograms = 16;
-
-class HelpFormatter : public CLI::Formatter
-{
-public:
-    HelpFormatter()
-    {
-        column_width(26);
-        label("SUBCOMMAND", "COMMAND");
-    }
-
-    std::string make_option_opts(const CLI::Option* option) const override
-    {
-        const bool takesNothing = option->get_type_size() == 0 || option->get_positional();
-        return takesNothing ? "" : " " + option->get_type_name();
-    }
-};
-
-void addSoundOption(CLI::App& command, const std::string& name, const std::string& type,
-                    const std::string& help, Parse parse)
-{
-    addOption(command, name, type, help, std::move(parse))->group("Sound");
-}
-
-// None for "auto".
-std::optional<double> parseRealOrAuto(const std::string& text, double low, double high,
-                                      const std::string& unit)
-{
-    return text == "auto" ? std::nullopt
-                          : std::optional(parseReal(text, low, high, "auto or a number of " + unit));
-}
 
 }  // namespace
 
 CLI::Option* addOption(CLI::App& command, const std::string& name, const std::string& type,
-                       const std::string& help, Parse parse)
+                       const std::string& help, std::function<void(const std::string&)> parse)
 {
     const std::string shown = name.substr(name.find(',') + 1);
     const auto parseChecked = [shown, parse = std::move(parse)](const std::string& text) {
@@ -61,68 +26,34 @@ CLI::Option* addOption(CLI::App& command, const std::string& name, const std::st
     return command.add_option_function<std::string>(name, parseChecked, help)->type_name(type)->take_last();
 }
 
-int parseInteger(const std::string& text, int low, int high)
-{
-    const auto number = parseNumber<int>(text);
-    if (!number || *number < low || *number > high)
-        throw Error("'{}' is not a whole number from {} to {}", text, low, high);
-    return *number;
-}
-
-double parseReal(const std::string& text, double low, double high, const std::string& kind)
-{
-    const auto number = parseNumber<double>(text);
-    if (!number || !(*number >= low && *number <= high))
-        throw Error("'{}' is not {} from {} to {}", text, kind, low, high);
-    return *number;
-}
-
 void addProgramOptions(CLI::App& command, ProgramChoice& choice)
 {
-    for (std::size_t i = 0; i < kParameters.size(); ++i) {
-        const Parameter& parameter = kParameters[i];
-        addSoundOption(command, std::string("--") + parameter.option, parameter.isSwitch ? "on|off" : "0..1",
-                       parameter.help, [&choice, &parameter, i](const std::string& text) {
-                           choice.parameters[static_cast<VstInt32>(i)] = parameterValue(parameter, text);
-                       });
+    command.option_defaults()->group("Sound");
+    for (VstInt32 index = 0; const ParameterOption& option : kParameterOptions) {
+        addOption(command, std::string("--") + option.name, option.isSwitch ? "on|off" : "0..1", option.help,
+                  [&choice, index](const std::string& text) {
+                      choice.parameters[index] = parameterValue(index, text);
+                  });
+        ++index;
     }
-    addSoundOption(command, "--preset", "FILE", ".fxp file, or a name that wail preset lists",
-                   [&choice](const std::string& text) { choice.preset = text; });
-    addSoundOption(command, "--bank", "FILE", ".fxb file",
-                   [&choice](const std::string& text) { choice.bank = text; });
-    addSoundOption(command, "--program", "N", "program of the bank, from 1 to 16",
-                   [&choice](const std::string& text) { choice.number = parseInteger(text, 1, kPrograms); });
+    addText(command, "--preset", "FILE", ".fxp file, or a name that wail preset lists", choice.preset);
+    addText(command, "--bank", "FILE", ".fxb file", choice.bank);
+    addNumber(command, "--program", "N", "program of the bank, from 1 to 16", choice.number, 1, kPrograms);
 }
 
 void addRenderOptions(CLI::App& command, RenderOptions& options)
 {
     RenderSettings& settings = options.settings;
     addProgramOptions(command, options.choice);
-    addSoundOption(command, "--automation", "FILE", "parameters over time, a JSON file",
-                   [&options](const std::string& text) { options.automation = text; });
-    addSoundOption(
-        command, "--block", "N", "frames in a block, 64 by default",
-        [&settings](const std::string& text) { settings.blockSize = parseInteger(text, 1, 1 << 20); });
-    addSoundOption(command, "--start", "SECONDS", "begin this far into the input",
-                   [&settings](const std::string& text) {
-                       settings.startSeconds = parseReal(text, 0.0, kLongestTime, "a time in seconds");
-                   });
-    addSoundOption(command, "--duration", "SECONDS", "render only so much of it",
-                   [&settings](const std::string& text) {
-                       settings.durationSeconds = parseReal(text, 1e-6, kLongestTime, "a time in seconds");
-                   });
-    addSoundOption(command, "--tail", "SECONDS|auto", "to ring out; auto: until below -90 dBFS",
-                   [&settings](const std::string& text) {
-                       settings.tailSeconds = parseRealOrAuto(text, 0.0, 3600.0, "seconds");
-                   });
-}
-
-void addGainOption(CLI::App& command, RenderOptions& options)
-{
-    addSoundOption(command, "--gain", "DB|auto", "0 by default; auto: so low that nothing clips",
-                   [&options](const std::string& text) {
-                       options.settings.gainDecibels = parseRealOrAuto(text, -200.0, 200.0, "dB");
-                   });
+    addText(command, "--automation", "FILE", "parameters over time, a JSON file", options.automation);
+    addNumber(command, "--block", "N", "frames in a block, 64 by default", settings.blockSize, 1, 1 << 20);
+    addNumber(command, "--start", "SECONDS", "begin this far into the input", settings.startSeconds, 0.0,
+              kLongestTime);
+    addNumber(command, "--duration", "SECONDS", "render only so much of it", settings.durationSeconds, 1e-6,
+              kLongestTime);
+    addNumber(command, "--tail", "SECONDS", "to ring out; 0.3 is enough for any setting",
+              settings.tailSeconds, 0.0, kLongestTime);
+    addNumber(command, "--gain", "DB", "of the output, 0 by default", settings.gainDecibels, -200.0, 200.0);
 }
 
 RenderSettings RenderOptions::load(const Bundle& bundle) const
@@ -138,9 +69,4 @@ RenderSettings RenderOptions::load(const Bundle& bundle) const
 std::string describePeak(double peak)
 {
     return peak > 0.0 ? fmt::format("peak {:.1f} dBFS", 20.0 * std::log10(peak)) : "silent";
-}
-
-std::shared_ptr<CLI::Formatter> helpFormatter()
-{
-    return std::make_shared<HelpFormatter>();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/Error.h"
+#include "cli/Text.h"
 #include "cli/engine/Presets.h"
 #include "cli/engine/Renderer.h"
 
@@ -7,7 +9,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,12 +19,30 @@
 CLI::Option* addOption(CLI::App& command, const std::string& name, const std::string& type,
                        const std::string& help, std::function<void(const std::string&)> parse);
 
-// A number from low to high. kind: what it should be, for the message, such as "a time in seconds". Throw
-// Error.
-int parseInteger(const std::string& text, int low, int high);
-double parseReal(const std::string& text, double low, double high, const std::string& kind);
+// An option whose value is a text.
+template <typename Text>
+CLI::Option* addText(CLI::App& command, const std::string& name, const std::string& type,
+                     const std::string& help, Text& value)
+{
+    return addOption(command, name, type, help, [&value](const std::string& text) { value = text; });
+}
 
-// The parameters, presets and programs.
+// An option whose value is a number from low to high, a whole one if they are.
+template <typename Number>
+CLI::Option* addNumber(CLI::App& command, const std::string& name, const std::string& type,
+                       const std::string& help, auto& value, Number low, Number high)
+{
+    return addOption(command, name, type, help, [&value, low, high](const std::string& text) {
+        const auto number = parseNumber<Number>(text);
+        if (!number || !(*number >= low && *number <= high))
+            throw Error("'{}' is not a {}number from {} to {}", text,
+                        std::is_integral_v<Number> ? "whole " : "", low, high);
+        value = *number;
+    });
+}
+
+// The parameters, presets and programs. These and the following are called last: options added later would be
+// listed among them.
 void addProgramOptions(CLI::App& command, ProgramChoice& choice);
 
 // The sound over time.
@@ -36,10 +55,6 @@ struct RenderOptions {
     RenderSettings load(const Bundle& bundle) const;
 };
 void addRenderOptions(CLI::App& command, RenderOptions& options);
-void addGainOption(CLI::App& command, RenderOptions& options);
 
 // "peak -0.1 dBFS", or "silent". peak: full scale at 1.0.
 std::string describePeak(double peak);
-
-// Compact help: one line for each option, examples at the end.
-std::shared_ptr<CLI::Formatter> helpFormatter();

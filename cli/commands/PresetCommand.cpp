@@ -1,9 +1,7 @@
-#include "cli/Error.h"
-#include "cli/Text.h"
 #include "cli/audio/OutputFile.h"
 #include "cli/commands/Commands.h"
 #include "cli/commands/Options.h"
-#include "cli/engine/Places.h"
+#include "presets/FactoryPresets.h"
 
 namespace
 {
@@ -21,16 +19,14 @@ struct PresetCommand {
 
 void list()
 {
-    const HostedEffect effect{Bundle()};
-    for (const std::string& name : presetNames())
-        printLine(stdout, fmt::format("{:<16} {}", name,
-                                      readProgramFile(findPreset(name), effect.fileOwner()).name()));
+    for (const FactoryPreset& preset : factoryPresets())
+        printLine(stdout, fmt::format("{:<16} {}", preset.id, preset.description));
 }
 
 // The program as the options that make it.
 std::string describe(const ProgramFile& program)
 {
-    return program.name() + ": " + describeValues(program.values, " ", "--");
+    return program.name() + ": " + describeValues(program.values);
 }
 
 void show(const PresetCommand& command)
@@ -38,10 +34,10 @@ void show(const PresetCommand& command)
     const HostedEffect effect{Bundle()};
     for (const std::string& file : command.files) {
         if (lowerCase(fs::path(file).extension()) != ".fxb") {
-            printLine(stdout, describe(readProgramFile(findPreset(file), effect.fileOwner())));
+            printLine(stdout, describe(readPreset(file, effect)));
             continue;
         }
-        const BankFile bank = readBankFile(file, effect.fileOwner());
+        const BankFile bank = readBank(file, effect);
         for (std::size_t i = 0; i < bank.programs.size(); ++i)
             printLine(stdout, fmt::format("{}{:2} {}", i == bank.currentProgram() ? '*' : ' ', i + 1,
                                           describe(bank.programs[i])));
@@ -53,6 +49,9 @@ void write(const PresetCommand& command)
     if (lowerCase(command.output.extension()) != ".fxp")
         throw UsageError("cannot write {}: wail writes programs; end its name in .fxp",
                          command.output.string());
+    if (command.name && command.name->size() > kLongestName)
+        throw UsageError("the name '{}' has {} bytes; the interface holds {}", *command.name,
+                         command.name->size(), kLongestName);
     HostedEffect effect{Bundle()};
     ProgramFile program = chooseProgram(command.choice, effect);
     if (command.name)
@@ -83,15 +82,8 @@ void addPresetCommand(CLI::App& app)
     showing.final_callback([command] { show(*command); });
 
     CLI::App& writing = *preset.add_subcommand("write", "Write settings as a preset");
-    addOption(writing, "-o,--output", "FILE", ".fxp file to write", [command](const std::string& text) {
-        command->output = text;
-    })->required();
-    addOption(
-        writing, "--name", "NAME", "name of the program, up to 23 bytes", [command](const std::string& text) {
-            if (text.size() > kLongestName)
-                throw Error("'{}' has {} bytes; the interface holds {}", text, text.size(), kLongestName);
-            command->name = text;
-        });
+    addText(writing, "-o,--output", "FILE", ".fxp file to write", command->output)->required();
+    addText(writing, "--name", "NAME", "name of the program, up to 23 bytes", command->name);
     addProgramOptions(writing, command->choice);
     writing.final_callback([command] { write(*command); });
 

@@ -1,9 +1,6 @@
-#include "cli/Error.h"
-#include "cli/Text.h"
 #include "cli/audio/AudioOutput.h"
 #include "cli/commands/Commands.h"
 #include "cli/commands/Options.h"
-#include "cli/engine/Renderer.h"
 
 #include <fmt/ranges.h>
 
@@ -46,8 +43,7 @@ fs::path outputFor(const RenderCommand& command, const fs::path& input)
     if (input == "-")
         return "-";
     SF_INFO info{};
-    std::error_code ignored;
-    if (fs::is_regular_file(input, ignored))
+    if (!isStream(input))
         SoundFile(sf_open(input.c_str(), SFM_READ, &info), sf_close);
     const std::string extension = outputExtension(input, info.format, command.format);
     if (command.outputFolder)
@@ -78,8 +74,7 @@ std::vector<Job> planJobs(const RenderCommand& command)
     for (const fs::path& input : command.inputs) {
         const fs::path output = outputFor(command, input);
         for (const fs::path& other : command.inputs)
-            if (output != "-" && fs::is_regular_file(output, none) &&
-                fs::equivalent(output, other == "-" ? fs::path("/dev/stdin") : other, none))
+            if (!isStream(output) && fs::equivalent(output, other == "-" ? "/dev/stdin" : other, none))
                 throw Error("cannot write {}: it is the input; choose another name", output.string());
         if (!outputs.insert(fs::weakly_canonical(output, none)).second)
             throw Error(
@@ -90,23 +85,10 @@ std::vector<Job> planJobs(const RenderCommand& command)
     return jobs;
 }
 
-// Frames of the output; none if the input does not tell. An automatic tail has at most this length.
-std::optional<std::int64_t> expectedFrames(const AudioInput& input, const RenderSettings& settings)
+// The gain in dB, in tenths, at which this peak clips in no format; 8 bits clip first.
+double gainWithoutClipping(double peak)
 {
-    if (!input.frames())
-        return {};
-    return *input.frames() +
-           framesIn(settings.tailSeconds.value_or(kLongestAutomaticTail), input.sampleRate());
-}
-
-void printVerbose(std::FILE* stream, const AudioInput& input, const AudioOutput& output, const Bundle& bundle,
-                  const RenderSettings& settings)
-{
-    printLine(stream, fmt::format("{}: plug-in {}, blocks of {}, {}", input.name(), bundle.file().string(),
-                                  settings.blockSize, describeValues(settings.program.values)));
-    if (!output.lostMetadata().empty())
-        printLine(stream,
-                  fmt::format("{}: left out {}", output.name(), fmt::join(output.lostMetadata(), ", ")));
+    return (std::ceil(200.0 * std::log10(127.5 / 128.0 / peak)) - 1.0) / 10.0;
 }
 
 void printWarnings(const AudioInput& input, const AudioOutput& output, double peakWithoutGain)
@@ -119,24 +101,29 @@ void printWarnings(const AudioInput& input, const AudioOutput& output, double pe
     if (output.clippedSamples() > 0)
         printLine(stderr, fmt::format("warning: {}: {} clipped at full scale; --gain {:.1f} would avoid it",
                                       output.name(), plural(output.clippedSamples(), "sample"),
-                                      gainBelowFullScale(peakWithoutGain)));
+                                      gainWithoutClipping(peakWithoutGain)));
 }
 
 void renderJob(const RenderCommand& command, const Job& job, const Bundle& bundle,
-               const RenderSettings& chosen)
+               const RenderSettings& settings)
 {
     const auto start = std::chrono::steady_clock::now();
-    const RenderSettings settings = withGain(chosen, job.input, bundle);
     AudioInput input(job.input);
     AudioOutput output(job.output, input,
                        {.format = command.format,
                         .dither = command.dither,
-                        .expectedFrames = expectedFrames(input, settings),
+                        .expectedFrames = renderedFrames(input, settings),
                         .firstFrame = framesIn(settings.startSeconds, input.sampleRate()),
                         .isExcerpt = settings.isExcerpt()});
     std::FILE* const messages = job.output == "-" ? stderr : stdout;
-    if (command.verbose)
-        printVerbose(messages, input, output, bundle, settings);
+    if (command.verbose) {
+        printLine(messages,
+                  fmt::format("{}: plug-in {}, blocks of {}, {}", input.name(), bundle.file().string(),
+                              settings.blockSize, describeValues(settings.program.values)));
+        if (!output.lostMetadata().empty())
+            printLine(messages,
+                      fmt::format("{}: left out {}", output.name(), fmt::join(output.lostMetadata(), ", ")));
+    }
     const RenderResult result = render(input, bundle, settings,
                                        {.input = {}, .output = [&](auto samples) { output.write(samples); }});
     output.commit();
@@ -144,13 +131,10 @@ void renderJob(const RenderCommand& command, const Job& job, const Bundle& bundl
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     const double seconds = static_cast<double>(result.frames) / input.sampleRate();
     if (!command.quiet)
-        printLine(
-            messages,
-            fmt::format("{}: {:.2f} s, {}, {} Hz{}, {}, {:.0f}x real time", output.name(), seconds,
-                        plural(input.channels(), "channel"), input.sampleRate(),
-                        chosen.gainDecibels ? "" : fmt::format(", gain {:.1f} dB", *settings.gainDecibels),
-                        describePeak(result.peak), seconds / elapsed.count()));
-    printWarnings(input, output, result.peak * std::pow(10.0, -*settings.gainDecibels / 20.0));
+        printLine(messages, fmt::format("{}: {:.2f} s, {}, {} Hz, {}, {:.0f}x real time", output.name(),
+                                        seconds, plural(input.channels(), "channel"), input.sampleRate(),
+                                        describePeak(result.peak), seconds / elapsed.count()));
+    printWarnings(input, output, result.peak * std::pow(10.0, -settings.gainDecibels / 20.0));
 }
 
 void run(const RenderCommand& command)
@@ -159,20 +143,17 @@ void run(const RenderCommand& command)
     const std::vector<Job> jobs = planJobs(command);
     const Bundle bundle;
     const RenderSettings settings = command.options.load(bundle);
-    if (command.outputFolder) {
-        std::error_code error;
-        fs::create_directories(*command.outputFolder, error);
-        if (error)
-            throw Error("cannot make the folder {}: {}", command.outputFolder->string(), error.message());
-    }
+    std::error_code error;
+    if (command.outputFolder && !fs::create_directories(*command.outputFolder, error) && error)
+        throw Error("cannot make the folder {}: {}", command.outputFolder->string(), error.message());
     if (jobs.size() == 1)
         return renderJob(command, jobs.front(), bundle, settings);
     std::size_t failed = 0;
     for (const Job& job : jobs) {  // a failure does not stop the others
         try {
             renderJob(command, job, bundle, settings);
-        } catch (const Error& error) {
-            printLine(stderr, fmt::format("error: {}", error.what()));
+        } catch (const Error& jobError) {
+            printLine(stderr, fmt::format("error: {}", jobError.what()));
             ++failed;
         }
     }
@@ -182,7 +163,7 @@ void run(const RenderCommand& command)
 
 constexpr const char* kExamples = R"(Examples:
   wail render guitar.wav                              writes guitar-wail.wav
-  wail render guitar.wav -o swept.flac --preset slow-tide --tail auto
+  wail render guitar.wav -o swept.flac --preset slow-tide --tail 0.3
   wail render takes/*.wav --output-dir swept --automation moves.json
   wail render song.mp3 -o - | ffmpeg -i - swept.mp3)";
 
@@ -193,17 +174,15 @@ void addRenderCommand(CLI::App& app)
     const auto command = std::make_shared<RenderCommand>();
     CLI::App& sub = *app.add_subcommand("render", "Render audio files through the effect");
     sub.add_option("IN", command->inputs, "audio files to read; - for standard input")->required();
-    addOption(sub, "-o,--output", "OUT", "IN-wail.EXT by default; - for standard output",
-              [command](const std::string& text) { command->output = text; });
-    addOption(sub, "--output-dir", "DIR", "folder for the outputs, with the inputs' names",
-              [command](const std::string& text) { command->outputFolder = text; });
+    addText(sub, "-o,--output", "OUT", "IN-wail.EXT by default; - for standard output", command->output);
+    addText(sub, "--output-dir", "DIR", "folder for the outputs, with the inputs' names",
+            command->outputFolder);
     addOption(sub, "--format", "FORMAT", "as in flac, pcm24 or wav/float; the input's by default",
               [command](const std::string& text) { command->format = parseAudioFormat(text); });
     sub.add_flag("--dither", command->dither, "add TPDF dither to samples of 16 bits or fewer");
-    addRenderOptions(sub, command->options);
-    addGainOption(sub, command->options);
     sub.add_flag("-q,--quiet", command->quiet, "print nothing but warnings and errors");
     sub.add_flag("-v,--verbose", command->verbose, "also print the settings and what is left out");
+    addRenderOptions(sub, command->options);
     sub.footer(kExamples);
     sub.final_callback([command] { run(*command); });
 }

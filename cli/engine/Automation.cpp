@@ -2,7 +2,7 @@
 
 #include "cli/Error.h"
 #include "cli/Text.h"
-#include "cli/engine/Places.h"
+#include "cli/engine/Presets.h"
 
 #include <nlohmann/json.hpp>
 
@@ -14,11 +14,6 @@ namespace
 {
 
 using Json = nlohmann::json;
-
-const Parameter& parameterAt(VstInt32 index)
-{
-    return kParameters[static_cast<std::size_t>(index)];
-}
 
 // JSON takes the last of several equal keys; here they are a mistake.
 Json parse(const std::string& text)
@@ -33,23 +28,33 @@ Json parse(const std::string& text)
             throw Error("'{}' is there twice", parsed.get<std::string>());
         return true;
     };
+    Json json;
     try {
-        return Json::parse(text, checkKey);
+        json = Json::parse(text, checkKey);
     } catch (const Json::parse_error& error) {
         throw Error("it is not valid JSON at byte {}", error.byte);
     } catch (const Json::exception&) {
         throw Error("it holds a number that is out of range");
     }
+    if (!json.is_object())
+        throw Error("it is not a JSON object of parameters");
+    return json;
 }
 
-double valueOf(const Parameter& parameter, const Json& value)
+// unit: as in Automation, the last character of the text if not 0.
+double parseTime(const std::string& text, char unit)
 {
-    if (value.is_string())
-        return parameterValue(parameter, value.get<std::string>());
-    const double number = value.is_number() ? value.get<double>() : -1.0;
-    if (number >= 0.0 && number <= 1.0 && (!parameter.isSwitch || number == std::floor(number)))
-        return number;
-    return parameterValue(parameter, value.dump(-1, ' ', true));
+    const auto number = parseNumber<double>(text.substr(0, text.size() - (unit != 0 ? 1 : 0)));
+    if (!number || !(*number >= 0.0) || !std::isfinite(*number))
+        throw Error("'{}' is not a time; write samples (\"48000\"), seconds (\"1.5s\") or percent (\"50%\")",
+                    text);
+    return *number;
+}
+
+// The value of a keyframe: a number or a text that the options take too.
+double valueOf(VstInt32 index, const Json& value)
+{
+    return parameterValue(index, value.is_string() ? value.get<std::string>() : value.dump(-1, ' ', true));
 }
 
 }  // namespace
@@ -57,85 +62,64 @@ double valueOf(const Parameter& parameter, const Json& value)
 Automation::Automation(std::filesystem::path path) : file(std::move(path))
 {
     const std::string text = readSettingsFile(file);
+    std::string place;
     try {
         const Json json = parse(text);
-        if (!json.is_object())
-            throw Error("it is not a JSON object of parameters");
         for (const auto& [name, content] : json.items()) {
-            Lane lane{parameterIndex(name), {}};
-            if (std::ranges::find(lanes, lane.index, &Lane::index) != lanes.end())
-                throw Error("'{}' is there twice, in different spellings", name);
-            const Parameter& parameter = parameterAt(lane.index);
-            try {
-                if (!content.is_object())
-                    lane.keyframes.push_back({{0.0, Unit::kSamples}, valueOf(parameter, content)});
-                else
-                    for (const auto& [time, value] : content.items())
-                        lane.keyframes.push_back({parseTime(time), valueOf(parameter, value)});
-                if (lane.keyframes.empty())
-                    throw Error("it has no keyframes");
-            } catch (const Error& error) {
-                throw Error("'{}': {}", name, error.what());
-            }
-            lanes.push_back(std::move(lane));
+            Curve curve{parameterIndex(name), {}};
+            place = "'" + name + "': ";
+            if (std::ranges::find(curves, curve.index, &Curve::index) != curves.end())
+                throw Error("it is there twice, in different spellings");
+            if (!content.is_object())
+                curve.keyframes.push_back({0.0, 0, valueOf(curve.index, content)});
+            else
+                for (const auto& [time, value] : content.items()) {
+                    const char unit = time.ends_with('s') || time.ends_with('%') ? time.back() : '\0';
+                    curve.keyframes.push_back({parseTime(time, unit), unit, valueOf(curve.index, value)});
+                }
+            if (curve.keyframes.empty())
+                throw Error("it has no keyframes");
+            curves.push_back(std::move(curve));
+            place.clear();
         }
     } catch (const Error& error) {
-        throw Error("cannot use {}: {}", file.string(), error.what());
+        throw Error("cannot use {}: {}{}", file.string(), place, error.what());
     }
 }
 
-Automation::Time Automation::parseTime(const std::string& text)
+void Automation::prepare(double sampleRate, std::optional<std::int64_t> inputFrames)
 {
-    const Unit unit = text.ends_with('s')   ? Unit::kSeconds
-                      : text.ends_with('%') ? Unit::kPercent
-                                            : Unit::kSamples;
-    const std::size_t digits = text.size() - (unit == Unit::kSamples ? 0 : 1);
-    const auto number = parseNumber<double>(text.substr(0, digits));
-    if (!number || !(*number >= 0.0) || !std::isfinite(*number))
-        throw Error("'{}' is not a time; write samples (\"48000\"), seconds (\"1.5s\") or percent (\"50%\")",
-                    text);
-    return {*number, unit};
-}
-
-Schedule::Schedule(const Automation& automation, double sampleRate, std::optional<std::int64_t> inputFrames)
-{
-    const auto fail = [&](const Automation::Lane& lane, const std::string& what) {
-        throw Error("cannot use {}: '{}': {}", automation.file.string(), parameterAt(lane.index).option,
-                    what);
-    };
-    for (const Automation::Lane& lane : automation.lanes) {
-        Curve curve{lane.index, {}};
-        for (const auto& [time, value] : lane.keyframes) {
-            if (time.unit == Automation::Unit::kPercent && !inputFrames)
-                fail(lane, "'%' needs the length of the input, which this one does not tell");
-            const double scale = time.unit == Automation::Unit::kSeconds ? sampleRate
-                                 : time.unit == Automation::Unit::kPercent
-                                     ? static_cast<double>(*inputFrames) / 100.0
-                                     : 1.0;
-            curve.points.push_back({time.number * scale, value});
+    for (auto& [index, keyframes] : curves) {
+        const auto fail = [&,
+                           name = kParameterOptions[static_cast<std::size_t>(index)].name](const char* what) {
+            throw Error("cannot use {}: '{}': {}", file.string(), name, what);
+        };
+        for (auto& [time, unit, value] : keyframes) {
+            if (unit == '%' && !inputFrames)
+                fail("'%' needs the length of the input, which this one does not tell");
+            time *= unit == 's' ? sampleRate : unit == '%' ? static_cast<double>(*inputFrames) / 100.0 : 1.0;
         }
-        std::ranges::sort(curve.points, {}, &Point::time);
-        if (std::ranges::adjacent_find(curve.points, {}, &Point::time) != curve.points.end())
-            fail(lane, "it has two keyframes at the same time");
-        curves.push_back(std::move(curve));
+        std::ranges::sort(keyframes, {}, &Keyframe::time);
+        if (std::ranges::adjacent_find(keyframes, {}, &Keyframe::time) != keyframes.end())
+            fail("it has two keyframes at the same time");
     }
 }
 
-ParameterValues Schedule::at(std::int64_t frame) const
+ParameterSettings Automation::at(std::int64_t frame) const
 {
-    ParameterValues values;
+    ParameterSettings values;
     for (const Curve& curve : curves)
-        values[curve.index] = valueAt(curve, static_cast<double>(frame));
+        values[curve.index] = curve.at(static_cast<double>(frame));
     return values;
 }
 
-float Schedule::valueAt(const Curve& curve, double time)
+float Automation::Curve::at(double time) const
 {
-    const auto next = std::ranges::upper_bound(curve.points, time, {}, &Point::time);
-    if (next == curve.points.begin())
+    const auto next = std::ranges::upper_bound(keyframes, time, {}, &Keyframe::time);
+    if (next == keyframes.begin())
         return static_cast<float>(next->value);
-    const Point& last = *std::prev(next);
-    if (next == curve.points.end() || parameterAt(curve.index).isSwitch)
+    const Keyframe& last = *std::prev(next);
+    if (next == keyframes.end() || kParameterOptions[static_cast<std::size_t>(index)].isSwitch)
         return static_cast<float>(last.value);
     const double share = (time - last.time) / (next->time - last.time);
     return static_cast<float>(last.value + (next->value - last.value) * share);

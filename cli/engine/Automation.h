@@ -24,48 +24,25 @@ public:
 
     const std::filesystem::path& path() const { return file; }
 
-private:
-    friend class Schedule;
-    enum class Unit { kSamples, kSeconds, kPercent };  // percent of the input's length
-    struct Time {
-        double number;
-        Unit unit;
-    };
-    struct Keyframe {
-        Time time;
-        double value;  // 0 .. 1
-    };
-    struct Lane {
-        VstInt32 index;  // of the parameter
-        std::vector<Keyframe> keyframes;
-    };
-
-    static Time parseTime(const std::string& text);
-
-    std::filesystem::path file;
-    std::vector<Lane> lanes;
-};
-
-// An automation for one input.
-class Schedule
-{
-public:
-    // sampleRate: Hz. inputFrames: the input's length, which "%" needs. Throws Error.
-    Schedule(const Automation& automation, double sampleRate, std::optional<std::int64_t> inputFrames);
+    // Turns all times into samples, for one input; call once, before at(). sampleRate: Hz. inputFrames: its
+    // length, which "%" needs. Throws Error.
+    void prepare(double sampleRate, std::optional<std::int64_t> inputFrames);
 
     // All values at a time, in samples from the beginning of the input.
-    ParameterValues at(std::int64_t frame) const;
+    ParameterSettings at(std::int64_t frame) const;
 
 private:
-    struct Point {
-        double time;   // samples
+    struct Keyframe {
+        double time;
+        char unit;     // of the time: s, %, or 0 for samples
         double value;  // 0 .. 1
     };
     struct Curve {
-        VstInt32 index;
-        std::vector<Point> points;  // one or more, each later than the one before
+        VstInt32 index;                   // of the parameter
+        std::vector<Keyframe> keyframes;  // one or more, once prepared each later than the one before
+        float at(double time) const;
     };
-    static float valueAt(const Curve& curve, double time);
 
+    std::filesystem::path file;
     std::vector<Curve> curves;
 };

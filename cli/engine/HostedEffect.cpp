@@ -1,7 +1,6 @@
 #include "cli/engine/HostedEffect.h"
 
 #include "cli/Error.h"
-#include "cli/engine/Places.h"
 #include "effect/SampleRates.h"
 #include "host/K_TypeIF.h"
 #include "host/VstRecords.h"
@@ -26,21 +25,28 @@ VstIntPtr hostCallback(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/,
     return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
-fs::path chooseBundle()
+// The build defines where the bundle is installed, relative to the installed program.
+fs::path findBundle()
 {
     const char* const chosen = std::getenv("WAIL_BUNDLE");
-    return chosen != nullptr && *chosen != '\0' ? fs::path(chosen) : findBundle();
+    if (chosen != nullptr && *chosen != '\0')
+        return fs::absolute(chosen);
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const char* const place : {"Wail.so", WAIL_INSTALLED_BUNDLE})
+        if (fs::exists(folder / place))
+            return (folder / place).lexically_normal();
+    throw Error(
+        "cannot find the plug-in beside this program or where it is installed; set WAIL_BUNDLE to its file");
 }
 
 }  // namespace
 
-Bundle::Bundle() : path(chooseBundle())
+Bundle::Bundle() : path(findBundle())
 {
-    // dlopen would look for a name without a folder among the system's libraries.
-    void* const library = dlopen(fs::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         throw Error("cannot load the plug-in: {}", dlerror());
-    getinterface = reinterpret_cast<EntryPoint>(dlsym(library, "getinterface"));
+    getinterface = reinterpret_cast<decltype(getinterface)>(dlsym(library, "getinterface"));
     if (getinterface == nullptr)
         throw Error("{} is not a Wail bundle: it has no getinterface; check WAIL_BUNDLE", path.string());
 }
@@ -52,7 +58,7 @@ HostedEffect::HostedEffect(const Bundle& bundle)
         throw Error("the plug-in cannot make an effect; check that memory is left");
     record = interface->aeffect;
     dispatch(effOpen);
-    if (record->numParams != std::ssize(kParameters)) {
+    if (record->numParams != std::ssize(kParameterOptions)) {
         dispatch(effClose);
         throw Error("{} is another plug-in: it does not have the parameters of Wail; check WAIL_BUNDLE",
                     bundle.file().string());
@@ -77,7 +83,7 @@ void HostedEffect::start(double sampleRate, VstInt32 blockSize)
     process(&none, 0);  // an empty block takes values without a glide
 }
 
-void HostedEffect::setParameters(const ParameterValues& values)
+void HostedEffect::setParameters(const ParameterSettings& values)
 {
     for (const auto& [index, value] : values)
         record->setParameter(record, index, value);
@@ -92,11 +98,6 @@ ProgramFile HostedEffect::program() const
     for (VstInt32 index = 0; index < record->numParams; ++index)
         program.values.push_back(parameter(index));
     return program;
-}
-
-ProgramFileOwner HostedEffect::fileOwner() const
-{
-    return {record->uniqueID, record->numParams, record->numPrograms};
 }
 
 std::string HostedEffect::text(VstInt32 opcode, VstInt32 index) const

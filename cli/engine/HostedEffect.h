@@ -20,10 +20,9 @@ public:
 
 private:
     friend class HostedEffect;
-    using EntryPoint = class K_TypeIF* (*)(audioMasterCallback);
 
     std::filesystem::path path;
-    EntryPoint getinterface;
+    class K_TypeIF* (*getinterface)(audioMasterCallback);
 };
 
 // One instance of the effect, for one channel, driven only through its record.
@@ -48,13 +47,11 @@ public:
     }
 
     // Values are normalised to 0 .. 1; the next block glides to them.
-    void setParameters(const ParameterValues& values);
+    void setParameters(const ParameterSettings& values);
     float parameter(VstInt32 index) const { return record->getParameter(record, index); }
 
-    // The current program, with the values that its parameters have now. Programs are counted from 0.
-    void setProgram(VstInt32 index) { dispatch(effSetProgram, 0, index); }
+    // The current program, with the values that its parameters have now.
     ProgramFile program() const;
-    ProgramFileOwner fileOwner() const;
 
     VstIntPtr dispatch(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
                        float opt = 0.0f) const

@@ -9,14 +9,14 @@
 
 // The plug-in's parameters as the command line and automation files name them.
 
-struct Parameter {
-    const char* option;  // without its dashes
+struct ParameterOption {
+    const char* name;  // without its dashes
     bool isSwitch;
     const char* help;
 };
 
 // In the order of the plug-in's parameter indices.
-inline constexpr std::array<Parameter, 7> kParameters{{
+inline constexpr std::array<ParameterOption, 7> kParameterOptions{{
     {"on-off", true, "on: the effect; off: the unchanged input"},
     {"sense", false, "how far a loud input drives the sweep"},
     {"reso", false, "feedback: how sharp the teeth of the comb are"},
@@ -27,15 +27,14 @@ inline constexpr std::array<Parameter, 7> kParameters{{
 }};
 
 // Values by parameter index, normalised to 0 .. 1.
-using ParameterValues = std::map<VstInt32, float>;
+using ParameterSettings = std::map<VstInt32, float>;
 
 // The index of a parameter. Only the letters of the name count: "On/Off", "on-off" and "onoff" are the same.
 // Throws Error with the names.
 VstInt32 parameterIndex(const std::string& name);
 
-// Parses a number from 0 to 1, or for a switch on, off, true, false, 1 or 0. Throws Error.
-float parameterValue(const Parameter& parameter, const std::string& text);
+// Parses a number from 0 to 1, or for a switch on, off, true, false, 1 or 0. index: 0 .. 6. Throws Error.
+float parameterValue(VstInt32 index, const std::string& text);
 
-// All parameters in the scale and spelling of the options: "on-off on, sense 0.84, ...". values: by index.
-std::string describeValues(const std::vector<float>& values, const char* separator = ", ",
-                           const char* prefix = "");
+// All parameters as options: "--on-off on --sense 0.84 ...". values: by index.
+std::string describeValues(const std::vector<float>& values);

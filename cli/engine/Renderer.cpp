@@ -5,32 +5,31 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 
 namespace
 {
 
-constexpr std::size_t kChunkSamples = 1 << 12;      // read and written at once, or a block if that is longer
-constexpr double kSilence = 3.16227766e-5;          // -90 dBFS, 10^(-90/20)
-constexpr double kSilentSeconds = 0.25;             // far beyond the comb's longest delay
-constexpr double kLowestFullScale = 127.5 / 128.0;  // where 8 bits clip; more bits clip above
+constexpr std::size_t kChunkSamples = 1 << 12;  // read and written at once, or a block if that is longer
 
 class Renderer
 {
 public:
-    Renderer(AudioInput& from, const Bundle& bundle, const RenderSettings& set, const RenderTaps& to)
-        : input(from), settings(set), taps(to), channels(static_cast<std::size_t>(from.channels())),
-          blockFrames(static_cast<std::size_t>(set.blockSize)),
-          chunkFrames(blockFrames * std::max<std::size_t>(1, kChunkSamples / blockFrames / channels)),
-          position(framesIn(set.startSeconds, from.sampleRate())),
-          gain(std::pow(10.0, set.gainDecibels.value_or(0.0) / 20.0)), chunk(chunkFrames * channels),
+    Renderer(AudioInput& from, const Bundle& bundle, const RenderSettings& settings)
+        : input(from), automation(settings.automation), channels(static_cast<std::size_t>(from.channels())),
+          blockFrames(static_cast<std::size_t>(settings.blockSize)),
+          position(framesIn(settings.startSeconds, from.sampleRate())),
+          silentFrames(framesIn(settings.tailSeconds, from.sampleRate())),
+          gain(std::pow(10.0, settings.gainDecibels / 20.0)),
+          chunk(blockFrames * channels * std::max<std::size_t>(1, kChunkSamples / blockFrames / channels)),
           channel(blockFrames)
     {
         if (settings.durationSeconds)
-            framesLeft = framesIn(*settings.durationSeconds, input.sampleRate());
-        if (settings.automation)
-            schedule.emplace(*settings.automation, input.sampleRate(), input.frames());
-        ParameterValues values = schedule ? schedule->at(position) : ParameterValues{};
+            inputFrames = framesIn(*settings.durationSeconds, input.sampleRate());
+        if (automation)
+            automation->prepare(input.sampleRate(), input.frames());
+        ParameterSettings values = valuesNow();
         for (std::size_t i = 0; i < settings.program.values.size(); ++i)
             values.try_emplace(static_cast<VstInt32>(i), settings.program.values[i]);
         for (std::size_t c = 0; c < channels; ++c) {
@@ -38,64 +37,67 @@ public:
             effects.back()->setParameters(values);
             effects.back()->start(input.sampleRate(), settings.blockSize);
         }
+        skipTo(position);
     }
 
-    RenderResult run()
+    RenderResult run(const RenderTaps& taps)
     {
-        skipToStart();
-        // The tail fills up the last block of the input, so that only the last block of all may be shorter.
-        std::size_t frames = 0;
-        while ((frames = readInput()) == chunkFrames)
-            processAndWrite(chunk);
-        if (settings.tailSeconds)
-            addSilence(frames, static_cast<std::size_t>(framesIn(*settings.tailSeconds, input.sampleRate())));
-        else
-            ringOut(frames);
+        RenderResult result;
+        for (std::size_t frames = 0; (frames = fillChunk(taps)) > 0;) {
+            const std::span<double> samples = std::span(chunk).first(frames * channels);
+            for (std::size_t done = 0; done < frames; done += blockFrames)
+                processBlock(
+                    samples.subspan(done * channels, std::min(blockFrames, frames - done) * channels));
+            if (gain != 1.0)
+                for (double& sample : samples)
+                    sample *= gain;
+            result.peak = std::max(result.peak, peakOf(samples));
+            result.frames += static_cast<std::int64_t>(frames);
+            if (taps.output)
+                taps.output(samples);
+        }
         return result;
     }
 
 private:
-    void skipToStart()
+    void skipTo(std::int64_t frame)
     {
-        for (auto left = static_cast<std::size_t>(position); left > 0;) {
-            const std::size_t count = std::min(left, chunkFrames);
+        const auto chunkFrames = static_cast<std::int64_t>(chunk.size() / channels);
+        for (std::int64_t left = frame; left > 0; left -= chunkFrames) {
+            const auto count = static_cast<std::size_t>(std::min(left, chunkFrames));
             if (input.read(chunk, count) < count)
-                throw Error("cannot start {} s into {}: it is shorter", settings.startSeconds, input.name());
-            left -= count;
+                throw Error("cannot start that far into {}: it is shorter", input.name());
         }
     }
 
-    std::size_t readInput()
+    // Takes the next frames of the input, or of the silence behind it, which fills up the input's last chunk.
+    // Returns how many, 0 at the end.
+    std::size_t fillChunk(const RenderTaps& taps)
     {
-        const auto wanted = std::min<std::int64_t>(static_cast<std::int64_t>(chunkFrames), framesLeft);
-        const std::size_t frames = wanted == 0 ? 0 : input.read(chunk, static_cast<std::size_t>(wanted));
-        framesLeft -= static_cast<std::int64_t>(frames);
-        if (taps.input && frames > 0)
-            taps.input(std::span(chunk).first(frames * channels));
-        return frames;
+        const auto room = static_cast<std::int64_t>(chunk.size() / channels);
+        const std::int64_t wanted = std::min(room, inputFrames);
+        const auto got =
+            wanted == 0 ? 0 : static_cast<std::int64_t>(input.read(chunk, static_cast<std::size_t>(wanted)));
+        inputFrames = got < wanted ? 0 : inputFrames - got;
+        const std::span<double> samples = std::span(chunk).first(static_cast<std::size_t>(got) * channels);
+        if (taps.input && got > 0)
+            taps.input(samples);
+        const std::int64_t silent = std::min(room - got, silentFrames);
+        silentFrames -= silent;
+        std::fill(chunk.begin() + std::ssize(samples), chunk.end(), 0.0);
+        return static_cast<std::size_t>(got + silent);
     }
 
-    // samples: the chunk, or its beginning.
-    void processAndWrite(std::span<double> samples)
+    ParameterSettings valuesNow() const
     {
-        process(samples);
-        write(samples);
-    }
-
-    void process(std::span<double> samples)
-    {
-        for (std::size_t done = 0; done < samples.size(); done += blockFrames * channels)
-            processBlock(samples.subspan(done, std::min(blockFrames * channels, samples.size() - done)));
-        if (gain != 1.0)
-            for (double& sample : samples)
-                sample *= gain;
+        return automation ? automation->at(position) : ParameterSettings();
     }
 
     // Every block hears the values that the automation has at its first frame.
     void processBlock(std::span<double> samples)
     {
         const std::size_t frames = samples.size() / channels;
-        const ParameterValues values = schedule ? schedule->at(position) : ParameterValues{};
+        const ParameterSettings values = valuesNow();
         for (std::size_t c = 0; c < channels; ++c) {
             effects[c]->setParameters(values);
             if (channels == 1) {
@@ -111,70 +113,17 @@ private:
         position += static_cast<std::int64_t>(frames);
     }
 
-    void write(std::span<const double> samples)
-    {
-        result.peak = std::max(result.peak, peakOf(samples));
-        result.frames += static_cast<std::int64_t>(samples.size() / channels);
-        if (taps.output && !samples.empty())
-            taps.output(samples);
-    }
-
-    // frames: of the input, in the chunk.
-    void addSilence(std::size_t frames, std::size_t silentFrames)
-    {
-        for (std::size_t left = frames + silentFrames; left > 0; frames = 0) {
-            const std::size_t length = std::min(left, chunkFrames);
-            std::fill(chunk.begin() + static_cast<std::ptrdiff_t>(frames * channels), chunk.end(), 0.0);
-            processAndWrite(std::span(chunk).first(length * channels));
-            left -= length;
-        }
-    }
-
-    // Holds back what is silent until something louder follows, and leaves out what is silent at the end.
-    void ringOut(std::size_t frames)
-    {
-        std::vector<double> held;
-        std::size_t kept = frames * channels;  // all of the input is kept, however silent
-        const auto samplesIn = [this](double seconds) {
-            return static_cast<std::size_t>(framesIn(seconds, input.sampleRate())) * channels;
-        };
-        const std::size_t longest = samplesIn(kLongestAutomaticTail);
-        const std::size_t silent = samplesIn(kSilentSeconds);
-        for (std::size_t done = 0; done < longest && held.size() < kept + silent; done += chunk.size()) {
-            std::fill(chunk.begin() + static_cast<std::ptrdiff_t>(frames * channels), chunk.end(), 0.0);
-            process(chunk);
-            held.insert(held.end(), chunk.begin(), chunk.end());
-            frames = 0;
-            kept = std::max(kept, loudPart(held));
-            write(std::span(held).first(kept));
-            held.erase(held.begin(), held.begin() + static_cast<std::ptrdiff_t>(kept));
-            kept = 0;
-        }
-    }
-
-    // Samples up to and including the last frame that is not silent.
-    std::size_t loudPart(std::span<const double> samples) const
-    {
-        std::size_t length = samples.size();
-        while (length > 0 && std::fabs(samples[length - 1]) < kSilence)
-            --length;
-        return (length + channels - 1) / channels * channels;
-    }
-
     AudioInput& input;
-    const RenderSettings& settings;
-    const RenderTaps& taps;
+    std::optional<Automation> automation;
     std::size_t channels;
     std::size_t blockFrames;
-    std::size_t chunkFrames;
     std::int64_t position;  // frames from the beginning of the input
-    std::int64_t framesLeft = std::numeric_limits<std::int64_t>::max();
+    std::int64_t inputFrames = std::numeric_limits<std::int64_t>::max();  // still to read, at most
+    std::int64_t silentFrames;                                            // to follow them
     double gain;
-    std::optional<Schedule> schedule;
     std::vector<std::unique_ptr<HostedEffect>> effects;  // by channel
-    std::vector<double> chunk;
-    std::vector<double> channel;  // one block
-    RenderResult result;
+    std::vector<double> chunk;                           // whole blocks
+    std::vector<double> channel;                         // one block
 };
 
 }  // namespace
@@ -184,27 +133,20 @@ std::int64_t framesIn(double seconds, double sampleRate)
     return std::llround(seconds * sampleRate);
 }
 
+std::optional<std::int64_t> renderedFrames(const AudioInput& input, const RenderSettings& settings)
+{
+    if (!input.frames())
+        return {};
+    const std::int64_t rest = *input.frames() - framesIn(settings.startSeconds, input.sampleRate());
+    if (rest <= 0)
+        throw Error("cannot start {} s into {}: it is shorter", settings.startSeconds, input.name());
+    const std::int64_t duration =
+        settings.durationSeconds ? framesIn(*settings.durationSeconds, input.sampleRate()) : rest;
+    return std::min(rest, duration) + framesIn(settings.tailSeconds, input.sampleRate());
+}
+
 RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
                     const RenderTaps& taps)
 {
-    return Renderer(input, bundle, settings, taps).run();
-}
-
-RenderSettings withGain(RenderSettings settings, const std::filesystem::path& file, const Bundle& bundle)
-{
-    if (settings.gainDecibels)
-        return settings;
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(file, ignored))
-        throw Error("--gain auto reads its input twice, which a pipe cannot give; choose a number");
-    AudioInput input(file);
-    const RenderResult result = render(input, bundle, settings, {});
-    settings.gainDecibels = result.peak >= kLowestFullScale ? gainBelowFullScale(result.peak) : 0.0;
-    return settings;
-}
-
-double gainBelowFullScale(double peak)
-{
-    const double decibels = 20.0 * std::log10(kLowestFullScale / peak);
-    return (std::ceil(10.0 * decibels) - 1.0) / 10.0;
+    return Renderer(input, bundle, settings).run(taps);
 }

@@ -9,8 +9,6 @@
 #include <optional>
 #include <span>
 
-inline constexpr double kLongestAutomaticTail = 60.0;  // s
-
 struct RenderSettings {
     ProgramFile program;  // the values at the start
     std::optional<Automation> automation;
@@ -19,10 +17,10 @@ struct RenderSettings {
     // blocks falls into the audible part of the fade-in.
     VstInt32 blockSize = 64;
 
-    double startSeconds = 0.0;                // of the input, left out; automation keeps the input's times
-    std::optional<double> durationSeconds;    // of the input, rendered; none: to its end
-    std::optional<double> tailSeconds{0.0};   // silence after it; none: until the output stays below -90 dBFS
-    std::optional<double> gainDecibels{0.0};  // of the output; none: the highest up to 0 that clips nothing
+    double startSeconds = 0.0;              // of the input, left out; automation keeps the input's times
+    std::optional<double> durationSeconds;  // of the input, rendered; none: to its end
+    double tailSeconds = 0.0;               // of silence after it
+    double gainDecibels = 0.0;              // of the output
 
     bool isExcerpt() const { return startSeconds > 0.0 || durationSeconds; }
 };
@@ -41,14 +39,10 @@ struct RenderResult {
 // Frames in a time, to the nearest.
 std::int64_t framesIn(double seconds, double sampleRate);
 
-// Renders the input, each channel with an instance of its own, in constant memory. settings: with a gain.
-// Throws Error.
+// The length of a rendering in frames; none if the input does not tell its own. Throws Error if it starts
+// behind the input's end.
+std::optional<std::int64_t> renderedFrames(const AudioInput& input, const RenderSettings& settings);
+
+// Renders the input, each channel with an instance of its own, in constant memory. Throws Error.
 RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
                     const RenderTaps& taps);
-
-// The settings with their gain, if no gain is set, renders the file once to find it. Throws Error, also if the
-// input is a pipe.
-RenderSettings withGain(RenderSettings settings, const std::filesystem::path& file, const Bundle& bundle);
-
-// The highest gain in dB, in tenths, at which this peak clips in no format.
-double gainBelowFullScale(double peak);

@@ -21,54 +21,47 @@ double widthOf(cairo_t* context, const std::string& text)
     return extents.x_advance;
 }
 
-// UTF-8 text with as many characters as fit into the width, and an ellipsis for the others.
-std::string shortened(cairo_t* context, std::string text, double width)
+// Removes the last character of UTF-8 text, which may have several bytes.
+void removeLast(std::string& text)
 {
-    if (widthOf(context, text) <= width)
-        return text;
-    const auto isContinuation = [](char byte) { return (byte & 0xc0) == 0x80; };
-    do {
-        while (!text.empty() && isContinuation(text.back()))
-            text.pop_back();
-        if (!text.empty())
-            text.pop_back();
-    } while (!text.empty() && widthOf(context, text + "…") > width);
-    return text + "…";
+    while (!text.empty() && (text.back() & 0xc0) == 0x80)
+        text.pop_back();
+    if (!text.empty())
+        text.pop_back();
+}
+
+// Round values of an axis, at most so many.
+std::vector<double> ticks(const Axis& axis, int atMost)
+{
+    const double rough = (axis.high - axis.low) / atMost;
+    const double decade = std::pow(10.0, std::floor(std::log10(rough)));
+    const double factor = rough <= decade         ? 1.0
+                          : rough <= 2.0 * decade ? 2.0
+                          : rough <= 5.0 * decade ? 5.0
+                                                  : 10.0;
+    const double step = factor * decade;
+    std::vector<double> values;
+    for (double n = std::ceil(axis.low / step - 1e-9); n * step <= axis.high + 1e-9 * step; n += 1.0)
+        values.push_back(n * step + 0.0);  // no negative zero
+    return values;
 }
 
 }  // namespace
 
-std::vector<double> Axis::ticks(int atMost) const
-{
-    const double rough = (high - low) / atMost;
-    const double decade = std::pow(10.0, std::floor(std::log10(rough)));
-    double step = 10.0 * decade;
-    for (const double factor : {5.0, 2.0, 1.0})
-        if (factor * decade >= rough)
-            step = factor * decade;
-    std::vector<double> values;
-    for (double n = std::ceil(low / step - 1e-9); n * step <= high + 1e-9 * step; n += 1.0)
-        values.push_back(n * step);
-    return values;
-}
-
 // Points of the palette "magma" by S. van der Walt and N. Smith (2015), interpolated linearly.
 Colour heatColour(double share)
 {
-    static constexpr std::array<Colour, 9> kPoints{{{0.00, 0.00, 0.02},
-                                                    {0.11, 0.06, 0.27},
-                                                    {0.31, 0.07, 0.48},
-                                                    {0.51, 0.15, 0.51},
-                                                    {0.71, 0.21, 0.48},
-                                                    {0.90, 0.31, 0.39},
-                                                    {0.98, 0.53, 0.38},
-                                                    {1.00, 0.76, 0.53},
-                                                    {0.99, 0.99, 0.75}}};
+    static constexpr std::array<Colour, 9> kPoints{0x000004, 0x1c1044, 0x4f127b, 0x812581, 0xb5367a,
+                                                   0xe55064, 0xfb8761, 0xfec287, 0xfcfdbf};
     const double position = std::clamp(share, 0.0, 1.0) * (kPoints.size() - 1);
     const auto i = std::min(static_cast<std::size_t>(position), kPoints.size() - 2);
-    const double f = position - static_cast<double>(i);
-    const Colour &a = kPoints[i], &b = kPoints[i + 1];
-    return {std::lerp(a.red, b.red, f), std::lerp(a.green, b.green, f), std::lerp(a.blue, b.blue, f)};
+    Colour colour = 0;
+    for (const int shift : {16, 8, 0}) {
+        const double low = kPoints[i] >> shift & 0xff, high = kPoints[i + 1] >> shift & 0xff;
+        colour |= static_cast<Colour>(std::lround(std::lerp(low, high, position - static_cast<double>(i))))
+                  << shift;
+    }
+    return colour;
 }
 
 Picture::Picture(int width, int height)
@@ -87,7 +80,9 @@ double Picture::text(double x, double y, const std::string& content, double size
 {
     cairo_t* const c = context.get();
     cairo_set_font_size(c, size);
-    const std::string shown = shortened(c, toUtf8(content), maxWidth);
+    std::string shown = toUtf8(content);
+    for (std::string kept = shown; !kept.empty() && widthOf(c, shown) > maxWidth; shown = kept + "…")
+        removeLast(kept);
     const double width = widthOf(c, shown);
     const double shift = align == Align::kLeft ? 0.0 : align == Align::kRight ? 1.0 : 0.5;
     cairo_move_to(c, x - shift * width, y);
@@ -97,16 +92,13 @@ double Picture::text(double x, double y, const std::string& content, double size
 
 void Picture::fill(const Area& area, const std::function<Colour(int, int)>& colourAt)
 {
-    const auto byteOf = [](double share) { return static_cast<std::uint32_t>(std::lround(255.0 * share)); };
     cairo_surface_flush(surface.get());
     unsigned char* const pixels = cairo_image_surface_get_data(surface.get());
     const std::ptrdiff_t rowBytes = cairo_image_surface_get_stride(surface.get());
     for (int row = 0; row < area.height; ++row) {
-        auto* const line = reinterpret_cast<std::uint32_t*>(pixels + (area.y + row) * rowBytes) + area.x;
-        for (int column = 0; column < area.width; ++column) {
-            const Colour colour = colourAt(column, row);
-            line[column] = byteOf(colour.red) << 16 | byteOf(colour.green) << 8 | byteOf(colour.blue);
-        }
+        auto* const line = reinterpret_cast<Colour*>(pixels + (area.y + row) * rowBytes) + area.x;
+        for (int column = 0; column < area.width; ++column)
+            line[column] = colourAt(column, row);
     }
     cairo_surface_mark_dirty(surface.get());
 }
@@ -119,14 +111,26 @@ void Picture::line(double x0, double y0, double x1, double y1)
     cairo_stroke(c);
 }
 
-void Picture::verticalAxis(const Area& area, const Axis& axis, bool onRight)
+void Picture::bottomAxis(const Area& area, const Axis& axis)
+{
+    line(area.x, area.bottom(), area.right(), area.bottom());
+    for (const double value : ticks(axis, area.width / 100)) {
+        const double x = area.x + axis.share(value) * area.width;
+        line(x, area.bottom(), x, area.bottom() + kTick);
+        text(x, area.bottom() + kTick + 14.0, fmt::format("{:g}", value), kSmall, Align::kCentre);
+    }
+    text(area.x + area.width / 2.0, area.bottom() + 38.0, axis.label, kSmall, Align::kCentre);
+}
+
+void Picture::sideAxis(const Area& area, const Axis& axis, bool onRight)
 {
     const int edge = onRight ? area.right() : area.x;
     const double outward = onRight ? 1.0 : -1.0;
-    for (const double value : axis.ticks(area.height / 26)) {
-        const double y = axis.position(value, area.bottom(), -area.height);
+    line(edge, area.y, edge, area.bottom());
+    for (const double value : ticks(axis, area.height / 26)) {
+        const double y = area.bottom() - axis.share(value) * area.height;
         line(edge, y, edge + outward * kTick, y);
-        text(edge + outward * (kTick + 4.0), y + 4.0, fmt::format("{:g}", value + 0.0), kSmall,
+        text(edge + outward * (kTick + 4.0), y + 4.0, fmt::format("{:g}", value), kSmall,
              onRight ? Align::kLeft : Align::kRight);
     }
     cairo_t* const c = context.get();
@@ -137,35 +141,12 @@ void Picture::verticalAxis(const Area& area, const Axis& axis, bool onRight)
     cairo_restore(c);
 }
 
-void Picture::frame(const Area& area, const Axis& horizontal, const Axis& vertical, bool numbersBelow)
-{
-    line(area.x, area.y, area.right(), area.y);
-    line(area.x, area.bottom(), area.right(), area.bottom());
-    line(area.x, area.y, area.x, area.bottom());
-    line(area.right(), area.y, area.right(), area.bottom());
-    for (const double value : horizontal.ticks(10)) {
-        const double x = horizontal.position(value, area.x, area.width);
-        line(x, area.bottom(), x, area.bottom() + kTick);
-        if (numbersBelow)
-            text(x, area.bottom() + kTick + 14.0, fmt::format("{:g}", value + 0.0), kSmall, Align::kCentre);
-    }
-    if (numbersBelow)
-        text(area.x + area.width / 2.0, area.bottom() + 38.0, horizontal.label, kSmall, Align::kCentre);
-    verticalAxis(area, vertical, false);
-}
-
-void Picture::colourBar(const Area& area, const Axis& axis)
-{
-    fill(area, [&](int, int row) { return heatColour(1.0 - row / (area.height - 1.0)); });
-    verticalAxis(area, axis, true);
-}
-
 std::vector<char> Picture::png() const
 {
     std::vector<char> bytes;
     const auto append = [](void* all, const unsigned char* data, unsigned int length) {
-        static_cast<std::vector<char>*>(all)->insert(static_cast<std::vector<char>*>(all)->end(), data,
-                                                     data + length);
+        auto& target = *static_cast<std::vector<char>*>(all);
+        target.insert(target.end(), data, data + length);
         return CAIRO_STATUS_SUCCESS;
     };
     const cairo_status_t status = cairo_surface_write_to_png_stream(surface.get(), append, &bytes);

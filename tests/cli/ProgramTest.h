@@ -1,10 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <sndfile.hh>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +12,8 @@
 #include <fstream>
 #include <string>
 #include <vector>
+
+using testing::HasSubstr;
 
 inline constexpr int kDouble = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
 inline constexpr int k16Bits = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
@@ -40,12 +41,11 @@ protected:
         std::ofstream("command") << "W='" WAIL_PROGRAM "'; " << command << "\n";
         return WEXITSTATUS(std::system("bash ./command >out 2>err </dev/null"));
     }
-    static int run(const std::string& arguments) { return shell("$W " + arguments); }
-
-    static std::string contentOf(const std::string& file)
+    // Runs a command that succeeds, and returns its output.
+    static std::string run(const std::string& command)
     {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(shell(command), 0) << command << "\n" << contentOf("err");
+        return contentOf("out");
     }
     // One line on standard error, which contains the message; what stood in out.wav is still there, and
     // nothing is half-written.
@@ -55,19 +55,10 @@ protected:
         std::ofstream("out.wav") << "precious";
         EXPECT_EQ(shell(command), status);
         const std::string error = contentOf("err");
-        EXPECT_EQ(error.rfind("error: ", 0), 0u) << error;
-        EXPECT_NE(error.find(message), std::string::npos) << error;
-        EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1) << error;
+        EXPECT_THAT(error, testing::StartsWith("error: "));
+        EXPECT_THAT(error, HasSubstr(message));
+        EXPECT_EQ(std::ranges::count(error, '\n'), 1) << error;
         expectOutputUntouched();
-    }
-    // The failures in a table of this folder, whose rows are "status | command | message".
-    static void expectFailures(const std::string& table)
-    {
-        std::ifstream rows(WAIL_TESTS "/" + table);
-        for (std::string row; std::getline(rows, row);) {
-            const std::size_t command = row.find(" | ") + 3, message = row.rfind(" | ") + 3;
-            expectFailure(std::stoi(row), row.substr(command, message - 3 - command), row.substr(message));
-        }
     }
     static void expectOutputUntouched()
     {
@@ -75,7 +66,22 @@ protected:
         for (const auto& entry : std::filesystem::directory_iterator("."))
             EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
     }
+    // The failures in a table of this folder, whose rows are "status | command | message".
+    static void expectFailures(const std::string& table)
+    {
+        std::ifstream rows(WAIL_TESTS "/" + table);
+        EXPECT_TRUE(rows.is_open());
+        for (std::string row; std::getline(rows, row);) {
+            const std::size_t command = row.find(" | ") + 3, message = row.rfind(" | ") + 3;
+            expectFailure(std::stoi(row), row.substr(command, message - 3 - command), row.substr(message));
+        }
+    }
 
+    static std::string contentOf(const std::string& file)
+    {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
     // 44.1 kHz.
     static SndfileHandle write(const char* file, const std::vector<double>& samples, int channels, int format)
     {
@@ -84,10 +90,10 @@ protected:
         sound.write(samples.data(), static_cast<sf_count_t>(samples.size()));
         return sound;
     }
-    static std::vector<double> read(const char* file, int format = 0)
+    static std::vector<double> read(const std::string& file, int format = 0)
     {
         SndfileHandle sound(file);
-        EXPECT_TRUE(format == 0 || sound.format() == format) << std::hex << sound.format();
+        EXPECT_TRUE(format == 0 || sound.format() == format) << file << std::hex << sound.format();
         EXPECT_EQ(sound.samplerate(), 44100);
         std::vector<double> samples(static_cast<std::size_t>(sound.frames() * sound.channels()));
         sound.read(samples.data(), static_cast<sf_count_t>(samples.size()));
