@@ -177,14 +177,9 @@ int containerOf(int format)
 
 int bitsOf(int format)
 {
-    switch (typeOf(format)) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8: return 8;
-    case SF_FORMAT_PCM_16: return 16;
-    case SF_FORMAT_PCM_24: return 24;
-    case SF_FORMAT_PCM_32: return 32;
-    default: return 0;
-    }
+    constexpr std::array<int, 6> kBits{0, 8, 16, 24, 32, 8};  // SF_FORMAT_PCM_S8 is 1, SF_FORMAT_PCM_U8 is 5
+    const auto type = static_cast<std::size_t>(typeOf(format));
+    return type < kBits.size() ? kBits[type] : 0;
 }
 
 bool isFloatingPoint(int format)
@@ -195,9 +190,8 @@ bool isFloatingPoint(int format)
 double audioBytes(const SF_INFO& info)
 {
     const int type = typeOf(info.format);
-    const int bytes = type == SF_FORMAT_DOUBLE  ? 8
-                      : type == SF_FORMAT_FLOAT ? 4
-                                                : std::max(1, bitsOf(type) / 8);
+    const int floatBytes = type == SF_FORMAT_DOUBLE ? 8 : type == SF_FORMAT_FLOAT ? 4 : 1;
+    const int bytes = std::max(floatBytes, bitsOf(type) / 8);
     return static_cast<double>(info.frames) * info.channels * bytes;
 }
 

@@ -43,11 +43,10 @@ Json describe(const HostedEffect& effect, VstInt32 index)
     return parameter;
 }
 
-Json describe(const Bundle& bundle)
+Json describe(const HostedEffect& effect)
 {
-    const HostedEffect effect(bundle);
     const AEffect& record = effect.properties();
-    Json info{{"bundle", toUtf8(bundle.file().string())},
+    Json info{{"bundle", toUtf8(bundleFile().string())},
               {"name", effect.text(effGetEffectName)},
               {"vendor", effect.text(effGetVendorString)},
               {"vendorVersion", effect.dispatch(effGetVendorVersion)},
@@ -91,7 +90,7 @@ void addInfoCommand(CLI::App& app)
     sub.add_flag("--json", *json, "everything, as JSON");
     sub.footer("Examples:\n  wail info\n  wail info --json | jq '.parameters[].name'");
     sub.final_callback([json] {
-        const Json info = describe(Bundle());
+        const Json info = describe(HostedEffect());
         std::puts((*json ? info.dump(2) : summaryOf(info)).c_str());
     });
 }

@@ -56,9 +56,9 @@ void addRenderOptions(CLI::App& command, RenderOptions& options)
     addNumber(command, "--gain", "DB", "of the output, 0 by default", settings.gainDecibels, -200.0, 200.0);
 }
 
-RenderSettings RenderOptions::load(const Bundle& bundle) const
+RenderSettings RenderOptions::load() const
 {
-    HostedEffect effect(bundle);
+    HostedEffect effect;
     RenderSettings loaded = settings;
     loaded.program = chooseProgram(choice, effect);
     if (automation)

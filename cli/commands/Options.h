@@ -52,7 +52,7 @@ struct RenderOptions {
     RenderSettings settings;
 
     // The settings with the chosen program and automation, whose files are read once, here. Throws Error.
-    RenderSettings load(const Bundle& bundle) const;
+    RenderSettings load() const;
 };
 void addRenderOptions(CLI::App& command, RenderOptions& options);
 

@@ -43,7 +43,7 @@ struct Measurement {
     double peak;  // of the output
 };
 
-Measurement measure(AudioInput& input, const Bundle& bundle, const RenderSettings& settings)
+Measurement measure(AudioInput& input, const RenderSettings& settings)
 {
     const std::int64_t frames = renderedFrames(input, settings).value_or(0);
     if (frames == 0)
@@ -65,7 +65,7 @@ Measurement measure(AudioInput& input, const Bundle& bundle, const RenderSetting
     const auto addOutput = [&](std::span<const double> samples) {
         std::ranges::for_each(samples, [&](double sample) { measured.output.add(sample); });
     };
-    measured.peak = render(input, bundle, settings, {.input = addInput, .output = addOutput}).peak;
+    measured.peak = render(input, settings, {.input = addInput, .output = addOutput}).peak;
     measured.output.finish();
     return measured;
 }
@@ -113,11 +113,10 @@ void run(const PlotCommand& command)
 {
     if (lowerCase(command.output.extension()) != ".png")
         throw UsageError("cannot draw {}: end its name in .png", command.output.string());
-    const Bundle bundle;
-    const RenderSettings settings = command.options.load(bundle);
+    const RenderSettings settings = command.options.load();
     AudioInput input(command.input);
     input.selectChannel(command.channel);
-    const Measurement measured = measure(input, bundle, settings);
+    const Measurement measured = measure(input, settings);
     const int channels = input.format().channels;
     const std::string summary =
         fmt::format("{}{} Hz, output {}",

@@ -31,7 +31,7 @@ std::string describe(const ProgramFile& program)
 
 void show(const PresetCommand& command)
 {
-    const HostedEffect effect{Bundle()};
+    const HostedEffect effect;
     for (const std::string& file : command.files) {
         if (lowerCase(fs::path(file).extension()) != ".fxb") {
             printLine(stdout, describe(readPreset(file, effect)));
@@ -52,7 +52,7 @@ void write(const PresetCommand& command)
     if (command.name && command.name->size() > kLongestName)
         throw UsageError("the name '{}' has {} bytes; the interface holds {}", *command.name,
                          command.name->size(), kLongestName);
-    HostedEffect effect{Bundle()};
+    HostedEffect effect;
     ProgramFile program = chooseProgram(command.choice, effect);
     if (command.name)
         program.setName(*command.name);

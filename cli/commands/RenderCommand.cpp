@@ -104,8 +104,7 @@ void printWarnings(const AudioInput& input, const AudioOutput& output, double pe
                                       gainWithoutClipping(peakWithoutGain)));
 }
 
-void renderJob(const RenderCommand& command, const Job& job, const Bundle& bundle,
-               const RenderSettings& settings)
+void renderJob(const RenderCommand& command, const Job& job, const RenderSettings& settings)
 {
     const auto start = std::chrono::steady_clock::now();
     AudioInput input(job.input);
@@ -118,14 +117,14 @@ void renderJob(const RenderCommand& command, const Job& job, const Bundle& bundl
     std::FILE* const messages = job.output == "-" ? stderr : stdout;
     if (command.verbose) {
         printLine(messages,
-                  fmt::format("{}: plug-in {}, blocks of {}, {}", input.name(), bundle.file().string(),
+                  fmt::format("{}: plug-in {}, blocks of {}, {}", input.name(), bundleFile().string(),
                               settings.blockSize, describeValues(settings.program.values)));
         if (!output.lostMetadata().empty())
             printLine(messages,
                       fmt::format("{}: left out {}", output.name(), fmt::join(output.lostMetadata(), ", ")));
     }
-    const RenderResult result = render(input, bundle, settings,
-                                       {.input = {}, .output = [&](auto samples) { output.write(samples); }});
+    const RenderResult result =
+        render(input, settings, {.input = {}, .output = [&](auto samples) { output.write(samples); }});
     output.commit();
 
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
@@ -141,17 +140,16 @@ void run(const RenderCommand& command)
 {
     checkUsage(command);
     const std::vector<Job> jobs = planJobs(command);
-    const Bundle bundle;
-    const RenderSettings settings = command.options.load(bundle);
+    const RenderSettings settings = command.options.load();
     std::error_code error;
     if (command.outputFolder && !fs::create_directories(*command.outputFolder, error) && error)
         throw Error("cannot make the folder {}: {}", command.outputFolder->string(), error.message());
     if (jobs.size() == 1)
-        return renderJob(command, jobs.front(), bundle, settings);
+        return renderJob(command, jobs.front(), settings);
     std::size_t failed = 0;
     for (const Job& job : jobs) {  // a failure does not stop the others
         try {
-            renderJob(command, job, bundle, settings);
+            renderJob(command, job, settings);
         } catch (const Error& jobError) {
             printLine(stderr, fmt::format("error: {}", jobError.what()));
             ++failed;

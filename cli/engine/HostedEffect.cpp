@@ -25,8 +25,24 @@ VstIntPtr hostCallback(AEffect* /*effect*/, VstInt32 opcode, VstInt32 /*index*/,
     return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
+using EntryPoint = K_TypeIF* (*)(audioMasterCallback);
+
+EntryPoint loadBundle()
+{
+    const fs::path file = bundleFile();
+    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        throw Error("cannot load the plug-in: {}", dlerror());
+    void* const entry = dlsym(library, "getinterface");
+    if (entry == nullptr)
+        throw Error("{} is not a Wail bundle: it has no getinterface; check WAIL_BUNDLE", file.string());
+    return reinterpret_cast<EntryPoint>(entry);
+}
+
+}  // namespace
+
 // The build defines where the bundle is installed, relative to the installed program.
-fs::path findBundle()
+fs::path bundleFile()
 {
     const char* const chosen = std::getenv("WAIL_BUNDLE");
     if (chosen != nullptr && *chosen != '\0')
@@ -39,21 +55,10 @@ fs::path findBundle()
         "cannot find the plug-in beside this program or where it is installed; set WAIL_BUNDLE to its file");
 }
 
-}  // namespace
-
-Bundle::Bundle() : path(findBundle())
+HostedEffect::HostedEffect()
 {
-    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr)
-        throw Error("cannot load the plug-in: {}", dlerror());
-    getinterface = reinterpret_cast<decltype(getinterface)>(dlsym(library, "getinterface"));
-    if (getinterface == nullptr)
-        throw Error("{} is not a Wail bundle: it has no getinterface; check WAIL_BUNDLE", path.string());
-}
-
-HostedEffect::HostedEffect(const Bundle& bundle)
-{
-    const std::unique_ptr<K_TypeIF> interface(bundle.getinterface(hostCallback));
+    static const EntryPoint getinterface = loadBundle();
+    const std::unique_ptr<K_TypeIF> interface(getinterface(hostCallback));
     if (interface == nullptr)
         throw Error("the plug-in cannot make an effect; check that memory is left");
     record = interface->aeffect;
@@ -61,7 +66,7 @@ HostedEffect::HostedEffect(const Bundle& bundle)
     if (record->numParams != std::ssize(kParameterOptions)) {
         dispatch(effClose);
         throw Error("{} is another plug-in: it does not have the parameters of Wail; check WAIL_BUNDLE",
-                    bundle.file().string());
+                    bundleFile().string());
     }
 }
 

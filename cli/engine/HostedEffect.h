@@ -8,29 +8,16 @@
 #include <filesystem>
 #include <string>
 
-// The plug-in's bundle, loaded as the vendor's host loads it. It stays loaded until the program ends.
-class Bundle
-{
-public:
-    // Loads the file that the environment variable WAIL_BUNDLE names, or else the bundle beside this program
-    // or where it is installed. Throws Error.
-    Bundle();
-
-    const std::filesystem::path& file() const { return path; }
-
-private:
-    friend class HostedEffect;
-
-    std::filesystem::path path;
-    class K_TypeIF* (*getinterface)(audioMasterCallback);
-};
+// The file of the plug-in's bundle: the one that the environment variable WAIL_BUNDLE names, or else the one
+// beside this program or where it is installed. Throws Error.
+std::filesystem::path bundleFile();
 
 // One instance of the effect, for one channel, driven only through its record.
 class HostedEffect
 {
 public:
-    // Throws Error if the effect cannot be made.
-    explicit HostedEffect(const Bundle& bundle);
+    // The first instance loads the bundle as the vendor's host does, until the program ends. Throws Error.
+    HostedEffect();
     HostedEffect(const HostedEffect&) = delete;
     HostedEffect& operator=(const HostedEffect&) = delete;
     ~HostedEffect();

@@ -16,7 +16,7 @@ constexpr std::size_t kChunkSamples = 1 << 12;  // read and written at once, or 
 class Renderer
 {
 public:
-    Renderer(AudioInput& from, const Bundle& bundle, const RenderSettings& settings)
+    Renderer(AudioInput& from, const RenderSettings& settings)
         : input(from), automation(settings.automation), channels(static_cast<std::size_t>(from.channels())),
           blockFrames(static_cast<std::size_t>(settings.blockSize)),
           position(framesIn(settings.startSeconds, from.sampleRate())),
@@ -33,7 +33,7 @@ public:
         for (std::size_t i = 0; i < settings.program.values.size(); ++i)
             values.try_emplace(static_cast<VstInt32>(i), settings.program.values[i]);
         for (std::size_t c = 0; c < channels; ++c) {
-            effects.push_back(std::make_unique<HostedEffect>(bundle));
+            effects.push_back(std::make_unique<HostedEffect>());
             effects.back()->setParameters(values);
             effects.back()->start(input.sampleRate(), settings.blockSize);
         }
@@ -145,8 +145,7 @@ std::optional<std::int64_t> renderedFrames(const AudioInput& input, const Render
     return std::min(rest, duration) + framesIn(settings.tailSeconds, input.sampleRate());
 }
 
-RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
-                    const RenderTaps& taps)
+RenderResult render(AudioInput& input, const RenderSettings& settings, const RenderTaps& taps)
 {
-    return Renderer(input, bundle, settings).run(taps);
+    return Renderer(input, settings).run(taps);
 }

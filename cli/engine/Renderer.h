@@ -44,5 +44,4 @@ std::int64_t framesIn(double seconds, double sampleRate);
 std::optional<std::int64_t> renderedFrames(const AudioInput& input, const RenderSettings& settings);
 
 // Renders the input, each channel with an instance of its own, in constant memory. Throws Error.
-RenderResult render(AudioInput& input, const Bundle& bundle, const RenderSettings& settings,
-                    const RenderTaps& taps);
+RenderResult render(AudioInput& input, const RenderSettings& settings, const RenderTaps& taps);
