@@ -95,6 +95,9 @@ TEST_F(Render, WritesTheFormatOfTheInputUnlessToldOtherwise)
 
 TEST_F(Render, SaturatesAndWarnsWithTheGainThatAvoidsIt)
 {
+    write("edge.wav", {32767.0 / 32768.0, -1.0}, 1, k16Bits);
+    run("$W render edge.wav --on-off off");
+    EXPECT_EQ(contentOf("err"), "");
     write("in.wav", noise(20000), 1, k16Bits);
     run("$W render in.wav -o full.wav --format double");
     const std::vector<double> full = read("full.wav", kDouble);
