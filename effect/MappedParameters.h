@@ -27,12 +27,7 @@ public:
 
     // True if glides and release lie where parameters in 0 .. 1 put them, so that moderate signals cannot
     // overflow.
-    bool areModerate() const noexcept
-    {
-        return sense.staysWithin(0.0, kMaxSense) && range.staysWithin(0.0, 1.0) &&
-               reso.staysWithin(0.0, kMaxReso) && dry.staysWithin(0.0, 1.0) && wet.staysWithin(0.0, 1.0) &&
-               release >= 0.0 && release <= 1.0;
-    }
+    bool areModerate() const noexcept { return startsAreModerate && targetsAreModerate; }
 
     // True if comb and follower are stable through the whole block: |g| <= 1, and a release in 0 .. 1.
     bool areStable() const noexcept
@@ -45,6 +40,7 @@ public:
     {
         for (Glide* const glide : {&sense, &range, &reso, &dry, &wet})
             glide->finish();
+        startsAreModerate = targetsAreModerate;
     }
 
     // Drops starts that are not finite, so that one block of NaN is not followed by another.
@@ -54,8 +50,9 @@ public:
             glide->dropInvalidStart();
     }
 
-    // Writes release and glides of a block of that many frames.
-    void writeTo(PipelineSettings& settings, VstInt32 frames) const noexcept;
+    // Writes release and glides of a block of that many frames, always to the same settings: what rests
+    // there is not written again.
+    void writeTo(PipelineSettings& settings, VstInt32 frames) noexcept;
 
     Glide sense;           // gain of the level detector
     Glide range;           // share of the sweep that a full envelope moves
@@ -64,10 +61,6 @@ public:
     double release = 0.9;  // factor per sample by which the envelope falls; 0.9 until it is mapped
 
 private:
-    // Bounds that the curves keep for parameters in 0 .. 1.
-    static constexpr double kMaxSense = 4.0;  // the curve ends at 3.16
-    static constexpr double kMaxReso = 0.95;  // the curve ends at 0.936
-
     ParamCurve senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
     double releaseExponent;  // 48 kHz / sample rate
 
@@ -77,4 +70,12 @@ private:
     float lastRange = -1.0f;
     float lastBalance = -1.0f;
     float lastEnvelope = -1.0f;
+
+    // One bit for each parameter, by index.
+    unsigned mapped = 0;   // since the last writeTo: glides in the next block
+    unsigned gliding = 0;  // mapped before the last writeTo: rests in the next block
+
+    // The parameters that the glides start from, and those that they lead to, lie in 0 .. 1.
+    bool startsAreModerate = true;
+    bool targetsAreModerate = true;
 };
