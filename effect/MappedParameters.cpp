@@ -22,11 +22,6 @@ constexpr unsigned bitOf(WailParameter index)
     return 1u << index;
 }
 
-bool isNormalised(float value)
-{
-    return value >= 0.0f && value <= 1.0f;
-}
-
 }  // namespace
 
 MappedParameters::MappedParameters(double sampleRate) noexcept
@@ -43,11 +38,14 @@ MappedParameters::MappedParameters(double sampleRate) noexcept
 bool MappedParameters::update(const ParameterValues& values) noexcept
 {
     unsigned changed = 0;
-    const auto isNew = [&changed](WailParameter index, float value, float& last) {
+    const auto isNew = [&changed, this](WailParameter index, float value, float& last) {
         if (value == last)
             return false;
         last = value;  // NaN is always new
         changed |= bitOf(index);
+        outside &= ~bitOf(index);
+        if (!(value >= 0.0f && value <= 1.0f))
+            outside |= bitOf(index);
         return true;
     };
     if (isNew(kSense, values.fSense, lastSense))
@@ -62,12 +60,8 @@ bool MappedParameters::update(const ParameterValues& values) noexcept
     }
     if (isNew(kEnvelope, values.fEnvelope, lastEnvelope))
         release = powerOfSingle(envelopeCurve.map(lastEnvelope), releaseExponent);
-    if (changed == 0)
-        return false;
     mapped |= changed;
-    targetsAreModerate = isNormalised(lastSense) && isNormalised(lastReso) && isNormalised(lastRange) &&
-                         isNormalised(lastBalance) && isNormalised(lastEnvelope);
-    return true;
+    return changed != 0;
 }
 
 void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
@@ -83,8 +77,8 @@ void MappedParameters::writeTo(PipelineSettings& settings, VstInt32 frames) noex
     const auto inPairs = [inc](const Glide& glide) {
         return PairGlide{inBothLanes(glide.start), inBothLanes((glide.target - glide.start) * inc)};
     };
-    const unsigned stale = mapped | gliding;
-    gliding = mapped;
+    const unsigned stale = mapped | resting;
+    resting = mapped;
     mapped = 0;
     settings.releaseCoef = inBothLanes(release);
     if ((stale & bitOf(kSense)) != 0)

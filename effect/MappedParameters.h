@@ -20,14 +20,16 @@ public:
     // Sets the low end of the range curve, which depends on "Invert", and maps fRange again.
     void setRangeLow(double valueAtZero, float fRange) noexcept;
 
-    bool areGliding() const noexcept
+    Gliding gliding() const noexcept
     {
-        return sense.moves() || range.moves() || reso.moves() || dry.moves() || wet.moves();
+        if (reso.moves() || dry.moves() || wet.moves())
+            return kAllGlide;
+        return sense.moves() || range.moves() ? kSweepGlides : kNoGlide;
     }
 
     // True if glides and release lie where parameters in 0 .. 1 put them, so that moderate signals cannot
     // overflow.
-    bool areModerate() const noexcept { return startsAreModerate && targetsAreModerate; }
+    bool areModerate() const noexcept { return startsAreModerate && outside == 0; }
 
     // True if comb and follower are stable through the whole block: |g| <= 1, and a release in 0 .. 1.
     bool areStable() const noexcept
@@ -40,7 +42,7 @@ public:
     {
         for (Glide* const glide : {&sense, &range, &reso, &dry, &wet})
             glide->finish();
-        startsAreModerate = targetsAreModerate;
+        startsAreModerate = outside == 0;
     }
 
     // Drops starts that are not finite, so that one block of NaN is not followed by another.
@@ -73,9 +75,8 @@ private:
 
     // One bit for each parameter, by index.
     unsigned mapped = 0;   // since the last writeTo: glides in the next block
-    unsigned gliding = 0;  // mapped before the last writeTo: rests in the next block
+    unsigned resting = 0;  // mapped before the last writeTo: rests in the next block
+    unsigned outside = 0;  // mapped from a value outside 0 .. 1
 
-    // The parameters that the glides start from, and those that they lead to, lie in 0 .. 1.
-    bool startsAreModerate = true;
-    bool targetsAreModerate = true;
+    bool startsAreModerate = true;  // the glides start from parameters in 0 .. 1
 };

@@ -134,8 +134,8 @@ inline void SignalPath::prepareGlides(VstInt32 frames) noexcept
         clearMemory();
     wasStable = isStable;
     parameters.writeTo(settings, frames);
-    gliding = parameters.areGliding();
-    glidesAreStale = gliding;
+    gliding = parameters.gliding();
+    glidesAreStale = gliding != kNoGlide;
     widestRange = std::max(parameters.range.start, parameters.range.target);
 }
 
