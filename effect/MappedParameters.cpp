@@ -37,16 +37,13 @@ MappedParameters::MappedParameters(double sampleRate) noexcept
 
 bool MappedParameters::update(const ParameterValues& values) noexcept
 {
-    unsigned changed = 0;
-    const auto isNew = [&changed, this](WailParameter index, float value, float& last) {
+    bool anyIsNew = false;
+    const auto isNew = [&anyIsNew, this](WailParameter index, float value, float& last) {
         if (value == last)
             return false;
         last = value;  // NaN is always new
-        changed |= bitOf(index);
-        outside &= ~bitOf(index);
-        if (!(value >= 0.0f && value <= 1.0f))
-            outside |= bitOf(index);
-        return true;
+        note(index, value);
+        return anyIsNew = true;
     };
     if (isNew(kSense, values.fSense, lastSense))
         sense.target = senseCurve.map(lastSense);
@@ -60,15 +57,23 @@ bool MappedParameters::update(const ParameterValues& values) noexcept
     }
     if (isNew(kEnvelope, values.fEnvelope, lastEnvelope))
         release = powerOfSingle(envelopeCurve.map(lastEnvelope), releaseExponent);
-    mapped |= changed;
-    return changed != 0;
+    return anyIsNew;
+}
+
+void MappedParameters::note(WailParameter index, float value) noexcept
+{
+    mapped |= bitOf(index);
+    if (value >= 0.0f && value <= 1.0f)
+        outside &= ~bitOf(index);
+    else
+        outside |= bitOf(index);
 }
 
 void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
 {
     rangeCurve.valueAtZero = valueAtZero;
     range.target = rangeCurve.map(fRange);
-    mapped |= bitOf(kRange);
+    note(kRange, fRange);
 }
 
 void MappedParameters::writeTo(PipelineSettings& settings, VstInt32 frames) noexcept

@@ -29,7 +29,10 @@ public:
 
     // True if glides and release lie where parameters in 0 .. 1 put them, so that moderate signals cannot
     // overflow.
-    bool areModerate() const noexcept { return startsAreModerate && outside == 0; }
+    bool areModerate() const noexcept
+    {
+        return outside == 0 && (startsAreModerate || gliding() == kNoGlide);
+    }
 
     // True if comb and follower are stable through the whole block: |g| <= 1, and a release in 0 .. 1.
     bool areStable() const noexcept
@@ -63,6 +66,9 @@ public:
     double release = 0.9;  // factor per sample by which the envelope falls; 0.9 until it is mapped
 
 private:
+    // Takes a note of what was mapped, and from which value.
+    void note(WailParameter index, float value) noexcept;
+
     ParamCurve senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
     double releaseExponent;  // 48 kHz / sample rate
 
@@ -75,8 +81,8 @@ private:
 
     // One bit for each parameter, by index.
     unsigned mapped = 0;   // since the last writeTo: glides in the next block
-    unsigned resting = 0;  // mapped before the last writeTo: rests in the next block
+    unsigned resting = 0;  // mapped before the last writeTo: rests in the next block, unless mapped again
     unsigned outside = 0;  // mapped from a value outside 0 .. 1
 
-    bool startsAreModerate = true;  // the glides start from parameters in 0 .. 1
+    bool startsAreModerate = true;  // all glides start from parameters in 0 .. 1
 };

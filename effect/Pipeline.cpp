@@ -123,9 +123,9 @@ template bool processPipeline<kNoGlide, false>(const PipelineSettings& __restric
                                                PipelineState&) noexcept;
 template bool processPipeline<kNoGlide, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
                                               PipelineState&) noexcept;
-template bool processPipeline<kSweepGlides, false>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                                   PipelineState&) noexcept;
-template bool processPipeline<kAllGlide, false>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                                PipelineState&) noexcept;
+template bool processPipeline<kSweepGlides, false>(const PipelineSettings& __restrict, const Run&,
+                                                   std::ptrdiff_t, PipelineState&) noexcept;
+template bool processPipeline<kAllGlide, false>(const PipelineSettings& __restrict, const Run&,
+                                                std::ptrdiff_t, PipelineState&) noexcept;
 template bool processPipeline<kAllGlide, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
                                                PipelineState&) noexcept;

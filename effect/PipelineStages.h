@@ -86,7 +86,8 @@ public:
     {
         if (kGliding != kNoGlide)
             store(scratch.sampleIndices + i, sampleIndex);
-        const Pair level = absolute(valueAt<kSweepGlides>(settings.sense, sampleIndex) * load(scratch.detected + i + 2));
+        const Pair level =
+            absolute(valueAt<kSweepGlides>(settings.sense, sampleIndex) * load(scratch.detected + i + 2));
         sampleIndex += Pair{2.0, 2.0};
         return level > settings.one ? settings.one : level;
     }
