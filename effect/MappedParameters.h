@@ -29,10 +29,7 @@ public:
 
     // True if glides and release lie where parameters in 0 .. 1 put them, so that moderate signals cannot
     // overflow.
-    bool areModerate() const noexcept
-    {
-        return outside == 0 && (startsAreModerate || gliding() == kNoGlide);
-    }
+    bool areModerate() const noexcept { return outside == 0 && (startsAreModerate || gliding() == kNoGlide); }
 
     // True if comb and follower are stable through the whole block: |g| <= 1, and a release in 0 .. 1.
     bool areStable() const noexcept
