@@ -17,6 +17,11 @@ ParamCurve curve(double valueAtZero, double valueAtOne, float exponent = 1.0f, f
             .exponent = exponent};
 }
 
+constexpr unsigned bitOf(WailParameter index)
+{
+    return 1u << index;
+}
+
 }  // namespace
 
 MappedParameters::MappedParameters(double sampleRate) noexcept
@@ -32,44 +37,63 @@ MappedParameters::MappedParameters(double sampleRate) noexcept
 
 bool MappedParameters::update(const ParameterValues& values) noexcept
 {
-    bool anyChanged = false;
-    const auto changed = [&anyChanged](float value, float& last) {
+    bool anyIsNew = false;
+    const auto isNew = [&anyIsNew, this](WailParameter index, float value, float& last) {
         if (value == last)
             return false;
         last = value;  // NaN is always new
-        return anyChanged = true;
+        note(index, value);
+        return anyIsNew = true;
     };
-    if (changed(values.fSense, lastSense))
+    if (isNew(kSense, values.fSense, lastSense))
         sense.target = senseCurve.map(lastSense);
-    if (changed(values.fReso, lastReso))
+    if (isNew(kReso, values.fReso, lastReso))
         reso.target = resoCurve.map(lastReso);
-    if (changed(values.fRange, lastRange))
+    if (isNew(kRange, values.fRange, lastRange))
         range.target = rangeCurve.map(lastRange);
-    if (changed(values.fBalance, lastBalance)) {
+    if (isNew(kBalance, values.fBalance, lastBalance)) {
         dry.target = dryCurve.map(lastBalance);
         wet.target = wetCurve.map(lastBalance);
     }
-    if (changed(values.fEnvelope, lastEnvelope))
+    if (isNew(kEnvelope, values.fEnvelope, lastEnvelope))
         release = powerOfSingle(envelopeCurve.map(lastEnvelope), releaseExponent);
-    return anyChanged;
+    return anyIsNew;
+}
+
+void MappedParameters::note(WailParameter index, float value) noexcept
+{
+    mapped |= bitOf(index);
+    if (value >= 0.0f && value <= 1.0f)
+        outside &= ~bitOf(index);
+    else
+        outside |= bitOf(index);
 }
 
 void MappedParameters::setRangeLow(double valueAtZero, float fRange) noexcept
 {
     rangeCurve.valueAtZero = valueAtZero;
     range.target = rangeCurve.map(fRange);
+    note(kRange, fRange);
 }
 
-void MappedParameters::writeTo(PipelineSettings& settings, VstInt32 frames) const noexcept
+void MappedParameters::writeTo(PipelineSettings& settings, VstInt32 frames) noexcept
 {
     const double inc = frames > 1 ? 1.0 / (frames - 1) : 0.0;
     const auto inPairs = [inc](const Glide& glide) {
         return PairGlide{inBothLanes(glide.start), inBothLanes((glide.target - glide.start) * inc)};
     };
+    const unsigned stale = mapped | resting;
+    resting = mapped;
+    mapped = 0;
     settings.releaseCoef = inBothLanes(release);
-    settings.sense = inPairs(sense);
-    settings.range = inPairs(range);
-    settings.reso = inPairs(reso);
-    settings.dry = inPairs(dry);
-    settings.wet = inPairs(wet);
+    if ((stale & bitOf(kSense)) != 0)
+        settings.sense = inPairs(sense);
+    if ((stale & bitOf(kRange)) != 0)
+        settings.range = inPairs(range);
+    if ((stale & bitOf(kReso)) != 0)
+        settings.reso = inPairs(reso);
+    if ((stale & bitOf(kBalance)) != 0) {
+        settings.dry = inPairs(dry);
+        settings.wet = inPairs(wet);
+    }
 }

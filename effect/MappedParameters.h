@@ -20,19 +20,16 @@ public:
     // Sets the low end of the range curve, which depends on "Invert", and maps fRange again.
     void setRangeLow(double valueAtZero, float fRange) noexcept;
 
-    bool areGliding() const noexcept
+    Gliding gliding() const noexcept
     {
-        return sense.moves() || range.moves() || reso.moves() || dry.moves() || wet.moves();
+        if (reso.moves() || dry.moves() || wet.moves())
+            return kAllGlide;
+        return sense.moves() || range.moves() ? kSweepGlides : kNoGlide;
     }
 
     // True if glides and release lie where parameters in 0 .. 1 put them, so that moderate signals cannot
     // overflow.
-    bool areModerate() const noexcept
-    {
-        return sense.staysWithin(0.0, kMaxSense) && range.staysWithin(0.0, 1.0) &&
-               reso.staysWithin(0.0, kMaxReso) && dry.staysWithin(0.0, 1.0) && wet.staysWithin(0.0, 1.0) &&
-               release >= 0.0 && release <= 1.0;
-    }
+    bool areModerate() const noexcept { return outside == 0 && (startsAreModerate || gliding() == kNoGlide); }
 
     // True if comb and follower are stable through the whole block: |g| <= 1, and a release in 0 .. 1.
     bool areStable() const noexcept
@@ -45,6 +42,7 @@ public:
     {
         for (Glide* const glide : {&sense, &range, &reso, &dry, &wet})
             glide->finish();
+        startsAreModerate = outside == 0;
     }
 
     // Drops starts that are not finite, so that one block of NaN is not followed by another.
@@ -54,8 +52,9 @@ public:
             glide->dropInvalidStart();
     }
 
-    // Writes release and glides of a block of that many frames.
-    void writeTo(PipelineSettings& settings, VstInt32 frames) const noexcept;
+    // Writes release and glides of a block of that many frames, always to the same settings: what rests
+    // there is not written again.
+    void writeTo(PipelineSettings& settings, VstInt32 frames) noexcept;
 
     Glide sense;           // gain of the level detector
     Glide range;           // share of the sweep that a full envelope moves
@@ -64,9 +63,8 @@ public:
     double release = 0.9;  // factor per sample by which the envelope falls; 0.9 until it is mapped
 
 private:
-    // Bounds that the curves keep for parameters in 0 .. 1.
-    static constexpr double kMaxSense = 4.0;  // the curve ends at 3.16
-    static constexpr double kMaxReso = 0.95;  // the curve ends at 0.936
+    // Takes a note of what was mapped, and from which value.
+    void note(WailParameter index, float value) noexcept;
 
     ParamCurve senseCurve, rangeCurve, envelopeCurve, resoCurve, dryCurve, wetCurve;
     double releaseExponent;  // 48 kHz / sample rate
@@ -77,4 +75,11 @@ private:
     float lastRange = -1.0f;
     float lastBalance = -1.0f;
     float lastEnvelope = -1.0f;
+
+    // One bit for each parameter, by index.
+    unsigned mapped = 0;   // since the last writeTo: glides in the next block
+    unsigned resting = 0;  // mapped before the last writeTo: rests in the next block, unless mapped again
+    unsigned outside = 0;  // mapped from a value outside 0 .. 1
+
+    bool startsAreModerate = true;  // all glides start from parameters in 0 .. 1
 };

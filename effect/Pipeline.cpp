@@ -25,7 +25,7 @@ namespace
 constexpr std::ptrdiff_t kLead = 4;  // samples from one stage to the next
 static_assert(kMinPipelinedLength > 3 * kLead);
 
-template <bool kGliding, bool kSwitching>
+template <Gliding kGliding, bool kSwitching>
 class Pipeline
 {
 public:
@@ -42,7 +42,7 @@ public:
     {
         fill();
         std::ptrdiff_t i = 0;
-        if (kGliding && stages.settings.delayStaysAboveTwo)
+        if (kGliding != kNoGlide && stages.settings.delayStaysAboveTwo)
             for (; i + 3 * kLead < length && stages.inputIsSmall(); i += 2)
                 step<true>(i);
         for (; i + 3 * kLead < length; i += 2)
@@ -111,7 +111,7 @@ private:
 
 }  // namespace
 
-template <bool kGliding, bool kSwitching>
+template <Gliding kGliding, bool kSwitching>
 bool processPipeline(const PipelineSettings& __restrict settings, const Run& run, std::ptrdiff_t length,
                      PipelineState& state) noexcept
 {
@@ -119,11 +119,13 @@ bool processPipeline(const PipelineSettings& __restrict settings, const Run& run
     return Pipeline<kGliding, kSwitching>(settings, run, scratch, state).process(length);
 }
 
-template bool processPipeline<false, false>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                            PipelineState&) noexcept;
-template bool processPipeline<false, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                           PipelineState&) noexcept;
-template bool processPipeline<true, false>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                           PipelineState&) noexcept;
-template bool processPipeline<true, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
-                                          PipelineState&) noexcept;
+template bool processPipeline<kNoGlide, false>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
+                                               PipelineState&) noexcept;
+template bool processPipeline<kNoGlide, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
+                                              PipelineState&) noexcept;
+template bool processPipeline<kSweepGlides, false>(const PipelineSettings& __restrict, const Run&,
+                                                   std::ptrdiff_t, PipelineState&) noexcept;
+template bool processPipeline<kAllGlide, false>(const PipelineSettings& __restrict, const Run&,
+                                                std::ptrdiff_t, PipelineState&) noexcept;
+template bool processPipeline<kAllGlide, true>(const PipelineSettings& __restrict, const Run&, std::ptrdiff_t,
+                                               PipelineState&) noexcept;

@@ -29,6 +29,10 @@ inline constexpr std::ptrdiff_t kMaxRunLength = 576;
 // The shortest run that fills the pipeline.
 inline constexpr std::ptrdiff_t kMinPipelinedLength = 14;
 
+// Which values of a block move. Most automation moves the sweep alone, and a glide costs operations in
+// every sample.
+enum Gliding { kNoGlide, kSweepGlides, kAllGlide };  // none; sense and range; any
+
 // What is constant during a run, in both lanes where pairs need it. Each group is a copy that
 // one function writes.
 struct PipelineSettings {
@@ -52,7 +56,7 @@ struct PipelineSettings {
     Pair fadeUnit;   // the gain is a count times this
     bool effectOn;   // the effect is produced, not the dry input
 
-    // SignalPath::processPipelined; read only if kGliding
+    // SignalPath::processPipelined; read only if a value moves
     bool delayStaysAboveTwo;  // in samples, as long as the input is small
 
     // Kept in memory: with literals g++ needs more instructions for a minimum.
@@ -72,7 +76,7 @@ struct PipelineState {
 // stages that Pipeline.cpp describes. The operations and their order are those of the formulas in
 // SignalPath.h, and so are the bits, if rounding is to nearest or towards 0.
 //
-// kGliding: a value moves; otherwise the steps of the glides are ignored. kSwitching: a switch fades, or
+// kGliding: the steps of the glides that it does not name are ignored. kSwitching: a switch fades, or
 // the effect is off; otherwise the effect is on. settings: does not overlap the run, hence `__restrict`.
 // length: even, kMinPipelinedLength .. kMaxRunLength. Returns true if every input is small, that is within
 // (-2, 2). Audio thread.
@@ -80,6 +84,6 @@ struct PipelineState {
 // The delay is not limited here: gains and state must be moderate, so that it lies within the line. Input
 // that is NaN or overflows the sections leaves state and output that are not finite; the delay then is 0 or
 // still within the line.
-template <bool kGliding, bool kSwitching>
+template <Gliding kGliding, bool kSwitching>
 bool processPipeline(const PipelineSettings& __restrict settings, const Run& run, std::ptrdiff_t length,
                      PipelineState& state) noexcept;

@@ -13,7 +13,7 @@
 // What the stages hand on, indexed by the sample's place in the run.
 struct PipelineScratch {
     alignas(Pair) double detected[kMaxRunLength + 2];   // each 2 places after its sample
-    alignas(Pair) double sampleIndices[kMaxRunLength];  // in the block; written only if kGliding
+    alignas(Pair) double sampleIndices[kMaxRunLength];  // in the block; written only if a value moves
     alignas(Pair) double envelopes[kMaxRunLength];      // smoothed
     alignas(Pair) double fractions[kMaxRunLength];      // of the delay, in samples
     alignas(
@@ -22,7 +22,7 @@ struct PipelineScratch {
 
 // One run in progress. Its fields live in registers, so whatever is indexed lies outside, in
 // PipelineScratch. An operation on sample i works on samples i and i + 1.
-template <bool kGliding, bool kSwitching>
+template <Gliding kGliding, bool kSwitching>
 class PipelineStages
 {
 public:
@@ -84,9 +84,10 @@ public:
     // Detector output times "Sense", rectified and limited to 1. NaN stays NaN.
     Pair levelAt(std::ptrdiff_t i)
     {
-        if (kGliding)
+        if (kGliding != kNoGlide)
             store(scratch.sampleIndices + i, sampleIndex);
-        const Pair level = absolute(valueAt(settings.sense, sampleIndex) * load(scratch.detected + i + 2));
+        const Pair level =
+            absolute(valueAt<kSweepGlides>(settings.sense, sampleIndex) * load(scratch.detected + i + 2));
         sampleIndex += Pair{2.0, 2.0};
         return level > settings.one ? settings.one : level;
     }
@@ -112,7 +113,7 @@ public:
     template <bool kAboveTwo>
     Pair offsetAt(std::ptrdiff_t i) const
     {
-        const Pair m = load(scratch.envelopes + i) * valueAt(settings.range, sampleIndexAt(i));
+        const Pair m = load(scratch.envelopes + i) * valueAt<kSweepGlides>(settings.range, sampleIndexAt(i));
         const Pair offset = settings.offsetBase + settings.offsetDepth * m;
         return kAboveTwo ? offset : offset < settings.zero ? offset : settings.zero;
     }
@@ -148,7 +149,7 @@ public:
     void writeLine(std::ptrdiff_t i, Pair x, Pair& delayed)
     {
         double* const now = line + i;
-        const Pair g = valueAt(settings.reso, sampleIndexAt(i));
+        const Pair g = valueAt<kAllGlide>(settings.reso, sampleIndexAt(i));
         const std::ptrdiff_t k1 = scratch.offsets[i + 1] + 1;
         if (!kAboveTwo && k1 >= 0) [[unlikely]] {
             const double written = (x - g * delayed)[0];
@@ -164,8 +165,8 @@ public:
         const Pair n = sampleIndexAt(i);
         Pair out = x;
         if (!kSwitching || settings.effectOn)
-            out = valueAt(settings.dry, n) * x +
-                  valueAt(settings.wet, n) * (x - settings.wetDelayGain * delayed);
+            out = valueAt<kAllGlide>(settings.dry, n) * x +
+                  valueAt<kAllGlide>(settings.wet, n) * (x - settings.wetDelayGain * delayed);
         if (kSwitching) {
             out = fade * settings.fadeUnit * out;
             fade += settings.fadeStep;
@@ -173,12 +174,17 @@ public:
         store(output + i, out);
     }
 
+    // kLeast: the least Gliding with which this value moves.
+    template <Gliding kLeast>
     static Pair valueAt(const PairGlide& glide, Pair n)
     {
-        return kGliding ? glide.start + n * glide.step : glide.start;
+        return kGliding >= kLeast ? glide.start + n * glide.step : glide.start;
     }
 
-    Pair sampleIndexAt(std::ptrdiff_t i) const { return kGliding ? load(scratch.sampleIndices + i) : Pair{}; }
+    Pair sampleIndexAt(std::ptrdiff_t i) const
+    {
+        return kGliding != kNoGlide ? load(scratch.sampleIndices + i) : Pair{};
+    }
 
     const PipelineSettings& __restrict settings;
     const double* const input;

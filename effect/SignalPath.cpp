@@ -122,7 +122,7 @@ template void SignalPath::process(const double*, double*, VstInt32) noexcept;
 template void SignalPath::process(const float*, float*, VstInt32) noexcept;
 
 // Prepares the glides of a block, which go on even if the silent point of a switch sets a new target.
-void SignalPath::prepareGlides(VstInt32 frames) noexcept
+inline void SignalPath::prepareGlides(VstInt32 frames) noexcept
 {
     gainsAreModerate = parameters.areModerate();
     if (!gainsAreModerate) {
@@ -134,8 +134,8 @@ void SignalPath::prepareGlides(VstInt32 frames) noexcept
         clearMemory();
     wasStable = isStable;
     parameters.writeTo(settings, frames);
-    gliding = parameters.areGliding();
-    glidesAreStale = gliding;
+    gliding = parameters.gliding();
+    glidesAreStale = gliding != kNoGlide;
     widestRange = std::max(parameters.range.start, parameters.range.target);
 }
 
@@ -148,7 +148,7 @@ VstInt32 SignalPath::runLength(VstInt32 framesLeft) const noexcept
 
 // soFar: of the block's runs before this one. If the input is small the run is moderate; otherwise the
 // line's new entries are inspected, since each input is written there.
-Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
+inline Magnitude SignalPath::processRun(const Run& run, Magnitude soFar) noexcept
 {
     const auto length = static_cast<std::size_t>(run.length);
     const bool effectOn = effectIsOn();
@@ -179,7 +179,7 @@ void SignalPath::writeSweep() noexcept
 
 // Moves line and switches on. If "Invert" changed after the silent point of its transition, the sweep does
 // not follow it yet, so another transition starts.
-void SignalPath::advance(VstInt32 samples) noexcept
+inline void SignalPath::advance(VstInt32 samples) noexcept
 {
     const bool wasFading = invertSwitch.state != FadeSwitch::kIdle;
     delayLine.advance(samples);

@@ -90,7 +90,7 @@ private:
     double wetDelayGain = 1.5;   // weight of the delayed signal in the wet mix
 
     bool glidesAreStale = true;    // the next block prepares its glides anew
-    bool gliding = false;          // a value of this block moves
+    Gliding gliding = kNoGlide;    // which values of this block move
     double widestRange = 0.0;      // largest r of this block
     bool wasStable = true;         // the last block, by MappedParameters::areStable
     bool gainsAreModerate = true;  // of this block, by MappedParameters::areModerate

@@ -18,16 +18,14 @@ bool SignalPath::processPipelined(const Run& run, bool effectOn) noexcept
     for (std::ptrdiff_t i = 0; i < DelayLine::kPrefetched; i += 8)
         __builtin_prefetch(run.line + i, 1);
 
-    settings.delayStaysAboveTwo = gliding && delayStaysAboveTwo();
+    settings.delayStaysAboveTwo = gliding != kNoGlide && delayStaysAboveTwo();
     PipelineState state = follower.state();
     const std::ptrdiff_t paired = run.length - run.length % 2;
-    bool inputIsSmall = false;
-    if (switching)
-        inputIsSmall = gliding ? processPipeline<true, true>(settings, run, paired, state)
-                               : processPipeline<false, true>(settings, run, paired, state);
-    else
-        inputIsSmall = gliding ? processPipeline<true, false>(settings, run, paired, state)
-                               : processPipeline<false, false>(settings, run, paired, state);
+    static constexpr decltype(&processPipeline<kNoGlide, false>) kPipelines[][2] = {
+        {processPipeline<kNoGlide, false>, processPipeline<kNoGlide, true>},
+        {processPipeline<kSweepGlides, false>, processPipeline<kAllGlide, true>},
+        {processPipeline<kAllGlide, false>, processPipeline<kAllGlide, true>}};
+    const bool inputIsSmall = kPipelines[gliding][switching ? 1 : 0](settings, run, paired, state);
     follower.setState(state);
     if (paired == run.length)
         return inputIsSmall;

@@ -1,12 +1,11 @@
 #include "effect/Wail.h"
 
-#include "effect/FlushToZero.h"
+#include "effect/HeldWail.h"
 #include "host/CopyText.h"
 #include "host/PluginFactory.h"
 
 #include <algorithm>
 #include <new>
-#include <utility>
 
 AudioEffect* createPluginFilter(audioMasterCallback audioMaster)
 {
@@ -74,31 +73,15 @@ void Wail::processReplacing(float** /*inputs*/, float** /*outputs*/, VstInt32 /*
 void Wail::processDoubleReplacing(double** inputs, double** outputs, VstInt32 sampleFrames)
 {
     if (sampleFrames > 0)
-        processBlock(inputs[0], outputs[0], sampleFrames);
+        HeldWail(*this).process(inputs[0], outputs[0], sampleFrames);
     else if (sampleFrames == 0)
-        processBlock<double>(nullptr, nullptr, 0);
+        HeldWail(*this).process<double>(nullptr, nullptr, 0);
 }
 
 void Wail::processSinglePrecision(const float* input, float* output, VstInt32 sampleFrames)
 {
     if (sampleFrames >= 0)
-        processBlock(input, output, sampleFrames);
-}
-
-template <typename Sample>
-void Wail::processBlock(const Sample* input, Sample* output, VstInt32 frames)
-{
-    const ScopedLock lock(paramMutex);
-    if (signalPath == nullptr) {
-        if (input != output)
-            std::copy_n(input, frames, output);
-        return;
-    }
-    const FlushToZero flushToZero;
-    if (parametersAreNew)
-        parametersAreNew = signalPath->takeParameters(std::exchange(firstBlock, false));
-    signalPath->process(input, output, frames);
-    lastSweep = signalPath->sweep();
+        HeldWail(*this).process(input, output, sampleFrames);
 }
 
 bool Wail::getEffectName(char* name)

@@ -95,10 +95,10 @@ public:
     virtual void setInvert();
 
 private:
-    template <typename Sample>
-    void processBlock(const Sample* input, Sample* output, VstInt32 frames);
+    friend class HeldWail;
+    void storeParameter(VstInt32 index, float value) noexcept;  // setParameter under the lock
 
-    RecursiveMutex paramMutex;  // held for one block, or for the two stores of one parameter
+    RecursiveMutex paramMutex;  // held for the blocks of one call, or for the two stores of one parameter
     std::unique_ptr<WailProgram[]> programs;
     ParameterValues live;                    // as the host last set them
     Relaxed<bool> parametersAreNew = true;   // the next block takes them over

@@ -16,8 +16,13 @@ const Parameter* findParameter(VstInt32 index) noexcept
 
 void Wail::setParameter(VstInt32 index, float value)
 {
-    const Parameter* const parameter = findParameter(index);
     const ScopedLock lock(paramMutex);
+    storeParameter(index, value);
+}
+
+void Wail::storeParameter(VstInt32 index, float value) noexcept
+{
+    const Parameter* const parameter = findParameter(index);
     if (parameter == nullptr)
         return;
     programs[curProgram].*parameter->value = value;

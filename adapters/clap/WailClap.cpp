@@ -1,6 +1,7 @@
 #include "adapters/clap/WailClap.h"
 
 #include "adapters/clap/ClapState.h"
+#include "effect/HeldWail.h"
 #include "presets/FactoryPresets.h"
 
 #include <algorithm>
@@ -31,6 +32,14 @@ template <typename Sample>
 bool isConstant(const Sample* samples, std::uint32_t frames) noexcept
 {
     return std::all_of(samples, samples + frames, [=](Sample s) { return s == *samples; });
+}
+
+// No empty block: it would end all glides.
+template <typename Sample>
+void run(HeldWail& effect, const Sample* input, Sample* output, std::uint32_t frames) noexcept
+{
+    if (frames > 0)
+        effect.process(input, output, static_cast<VstInt32>(frames));
 }
 
 }  // namespace
@@ -116,6 +125,7 @@ clap::ProcessStatus WailClap::play(const Sample* input, Sample* output, const cl
         applyAll();
         still = false;
     }
+    HeldWail held(effect);
     std::uint32_t done = 0;
     const std::uint32_t count = events != nullptr ? events->size(events) : 0;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -124,31 +134,17 @@ clap::ProcessStatus WailClap::play(const Sample* input, Sample* output, const cl
         if (!index)
             continue;
         const std::uint32_t time = std::clamp(event->time, done, frames);
-        run(input + done, output + done, time - done);
+        run(held, input + done, output + done, time - done);
         done = time;
-        effect.setParameter(*index, parameters.heard(*index));
+        held.setParameter(*index, parameters.heard(*index));
         still = false;
     }
-    run(input + done, output + done, frames - done);
+    run(held, input + done, output + done, frames - done);
     stillFrames = still ? stillFrames + frames : 0;
     block.outputs[0].constantMask = isConstant(output, frames) ? 1 : 0;
     const bool asleep = stillFrames >= tailFrames() && effect.sweep() <= kRestingSweep &&
                         isSilent(output, frames, static_cast<Sample>(kSilence));
     return asleep ? clap::kProcessSleep : clap::kProcessContinue;
-}
-
-// No empty block: it would end all glides.
-void WailClap::run(const double* input, double* output, std::uint32_t frames)
-{
-    auto* from = const_cast<double*>(input);  // the interface has no const
-    if (frames > 0)
-        effect.processDoubleReplacing(&from, &output, static_cast<VstInt32>(frames));
-}
-
-void WailClap::run(const float* input, float* output, std::uint32_t frames)
-{
-    if (frames > 0)
-        effect.processSinglePrecision(input, output, static_cast<VstInt32>(frames));
 }
 
 void WailClap::flush(const clap::InputEvents* events)

@@ -54,8 +54,6 @@ private:
 
     template <typename Sample>
     clap::ProcessStatus play(const Sample* input, Sample* output, const clap::Process& block);
-    void run(const double* input, double* output, std::uint32_t frames);
-    void run(const float* input, float* output, std::uint32_t frames);
     void applyAll();
 
     const clap::Plugin ownRecord;

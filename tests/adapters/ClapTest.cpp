@@ -227,9 +227,13 @@ TEST_F(Clap, TurnsDownWhatHostsGetWrong)
     EXPECT_FALSE(instance.activate(48000.0));  // it is active
     instance.deactivate();
     EXPECT_TRUE(instance.activate(3072000.0));
-    clap::AudioBuffer empty{};
-    for (const auto& block : {clap::Process{}, {0, 1, nullptr, &empty, &empty, 1, 1, nullptr, nullptr}})
-        EXPECT_EQ(instance.plugin->process(instance.plugin, &block), clap::kProcessError);
+    double* noChannel = nullptr;
+    const std::array<clap::AudioBuffer, 3> useless{
+        {{}, {nullptr, nullptr, 1, 0, 0}, {nullptr, &noChannel, 1, 0, 0}}};
+    for (clap::AudioBuffer buffer : useless) {
+        for (const auto& block : {clap::Process{}, {0, 1, nullptr, &buffer, &buffer, 1, 1, nullptr, nullptr}})
+            EXPECT_EQ(instance.plugin->process(instance.plugin, &block), clap::kProcessError);
+    }
 
     const clap::Entry& entry = clapEntry();
     for (const char* const id :
