@@ -267,7 +267,7 @@ TEST_F(Adapters, Lv2DescribesItsPortsAsListed)
             listed << (lilv_port_has_property(plugin(), port, node(property).get()) ? ", " + property : "");
         listed << '\n';
     }
-    expected << std::ifstream(WAIL_TABLES "/lv2-ports.txt").rdbuf();
+    expected << std::ifstream(WAIL_TESTS "/lv2-ports.txt").rdbuf();
     EXPECT_EQ(listed.str(), expected.str());
     const auto control = node(core + "InputPort");
     EXPECT_EQ(lilv_plugin_get_port_by_designation(plugin(), control.get(), node(core + "enabled").get()),
