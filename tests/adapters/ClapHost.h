@@ -2,6 +2,7 @@
 
 #include "adapters/clap/ClapInterface.h"
 
+#include <array>
 #include <cstring>
 #include <string>
 #include <type_traits>
@@ -37,12 +38,14 @@ public:
     bool activate(double rate) const { return plugin->activate(plugin, rate, 1, 0x7FFFFFFF); }
     void deactivate() const { plugin->deactivate(plugin); }
 
-    // -1 and "none" if there is none.
-    double value(clap::Id id) const
+    std::array<double, 7> values() const  // by id
     {
-        double result = -1.0;
-        return params().getValue(plugin, id, &result) ? result : -1.0;
+        std::array<double, 7> all{};
+        for (clap::Id id = 0; id < 7; ++id)
+            params().getValue(plugin, id, &all[id]);
+        return all;
     }
+    // These return -1 and "none" if there is none.
     double valueOf(clap::Id id, const char* text) const
     {
         double result = -1.0;

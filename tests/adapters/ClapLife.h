@@ -37,33 +37,21 @@ public:
     // Does something and returns what was wrong; null if nothing was.
     const char* step()
     {
-        const std::size_t before = Allocations::count;
         std::string toTell;
+        const char* fault = nullptr;
         instance.told.clear();
         switch (choose(32)) {
         case 0: activate(); break;
-        case 1:
-            instance.plugin->reset(instance.plugin);
-            if (Allocations::count != before)
-                return "reset allocates";
-            startBundle();
-            break;
-        case 2: toTell = loadState() ? "rescan 1;process;" : ""; break;
-        case 3:
-            instance.loadPreset("howling-comb");
-            values = {values[0], 0.12f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f};
-            hearAll();
-            toTell = "rescan 1;process;howling-comb;";
-            break;
+        case 1: fault = reset(); break;
+        case 2:
+        case 3: toTell = load(); break;
         case 4: flush(); break;
-        default:
-            if (const char* const fault = choose(2) == 0 ? compareBlock<double>() : compareBlock<float>())
-                return fault;
+        default: fault = choose(2) == 0 ? compareBlock<double>() : compareBlock<float>();
         }
-        for (clap::Id id = 0; id < 7; ++id) {
-            if (instance.value(id) != values[id])
-                return "another value";
-        }
+        if (fault != nullptr)
+            return fault;
+        if (instance.values() != values)
+            return "another value";
         if (instance.told != toTell)
             return "the host is told something else";
         return instance.save() == clapState(values) ? nullptr : "another state";
@@ -117,20 +105,32 @@ private:
         std::vector<double> none;
         playBundle(none, events);
     }
-    bool loadState()  // returns whether it is a good one
+    const char* reset()
     {
-        ClapValues next;
-        for (clap::Id id = 0; id < 7; ++id)
-            next[id] = id % 5 == 0 ? choose(2) : choose(1001) / 1000.0;
-        std::string state = clapState(next);
-        const bool isGood = choose(2) == 0;
-        if (isGood)
-            values = next;
-        else
-            state[choose(8)] ^= 1;
-        instance.load(state);
+        const std::size_t before = Allocations::count;
+        instance.plugin->reset(instance.plugin);
+        const bool allocatesNothing = Allocations::count == before;
+        startBundle();
+        return allocatesNothing ? nullptr : "reset allocates";
+    }
+    std::string load()  // a preset, a state or no state; returns what the host is to be told
+    {
+        const std::uint32_t kind = choose(4);
+        ClapValues next{values[0], 0.12f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f};
+        if (kind == 0) {
+            instance.loadPreset("howling-comb");
+        } else {
+            for (clap::Id id = 0; id < 7; ++id)
+                next[id] = id % 5 == 0 ? choose(2) : choose(1001) / 1000.0;
+            std::string state = clapState(next);
+            state[choose(8)] ^= static_cast<char>(kind == 1);
+            instance.load(state);
+        }
+        if (kind == 1)
+            return "";
+        values = next;
         hearAll();
-        return isGood;
+        return kind == 0 ? "rescan 1;process;howling-comb;" : "rescan 1;process;";
     }
 
     ClapEvents someEvents(std::size_t length) const  // some of them late, some for somebody else

@@ -9,8 +9,6 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
-#include <bit>
-#include <cmath>
 #include <map>
 #include <memory>
 
@@ -25,7 +23,7 @@ namespace
 const std::map<VstInt32, std::size_t> kRoom{
     {effGetParamLabel, 9}, {effGetParamDisplay, 9}, {effGetParamName, 9}, {effGetProgramName, 24},
     {effGetProgramNameIndexed, 24}, {effGetEffectName, 64}, {effGetVendorString, 64}, {effGetProductString, 64},
-    {effGetParameterProperties, sizeof(VstParameterProperties)}};
+    {effGetSpeakerArrangement, sizeof(void*)}, {effGetParameterProperties, sizeof(VstParameterProperties)}};
 // clang-format on
 
 class Life
@@ -38,7 +36,7 @@ public:
     {
         const int kind = in.ConsumeIntegralInRange(0, 63);
         if (kind % 16 == 0)
-            setRate();
+            setRate(number());
         else if (kind % 16 < 5)
             request();
         else if (kind % 16 < 10)
@@ -57,16 +55,15 @@ private:
     }
     float number()
     {
-        constexpr std::array kSpecial{0.0f, 1.0f, 0.5f, -1.0f, 1e-40f, 1e6f, INFINITY, NAN};
+        constexpr std::array kLikely{0.0f, 1.0f, 0.5f,     62.5f,     48000.0f, 3072000.0f,
+                                     NAN,  1e6f, INFINITY, 192000.0f, -1.0f,    1e-40f};
         const auto byte = in.ConsumeIntegral<std::uint8_t>();
-        return byte < 240 ? kSpecial[byte % kSpecial.size()]
+        return byte < 240 ? kLikely[byte % kLikely.size()]
                           : std::bit_cast<float>(in.ConsumeIntegral<std::uint32_t>());
     }
 
-    void setRate()
+    void setRate(float rate)
     {
-        constexpr float kRates[] = {22050.0f, 48000.0f, 192000.0f, 62.5f, 3072000.0f};
-        const float rate = in.ConsumeBool() ? in.PickValueInArray(kRates) : number();
         plugin.setRate(rate);
         hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
     }
@@ -82,33 +79,29 @@ private:
         text.push_back('\0');
         if (kRoom.contains(opcode))
             text.resize(kRoom.at(opcode));
-        void* slots[] = {&slots, &slots};
-        const bool pointers = opcode == effGetSpeakerArrangement;
-        const VstIntPtr value = pointers           ? reinterpret_cast<VstIntPtr>(&slots[0])
-                                : in.ConsumeBool() ? index()
-                                                   : in.ConsumeIntegral<VstIntPtr>();
-        void* const given = pointers ? static_cast<void*>(&slots[1]) : text.data();
-        plugin.dispatch(opcode, index(), value, in.ConsumeBool() ? given : nullptr, number());
+        void* other = nullptr;
+        const VstIntPtr value = opcode == effGetSpeakerArrangement ? reinterpret_cast<VstIntPtr>(&other)
+                                : in.ConsumeBool()                 ? index()
+                                                                   : in.ConsumeIntegral<VstIntPtr>();
+        plugin.dispatch(opcode, index(), value, in.ConsumeBool() ? text.data() : nullptr, number());
     }
 
     void process()
     {
-        const VstInt32 frames =
-            in.ConsumeIntegralInRange(-1, 254) * (in.ConsumeIntegralInRange(0, 15) == 0 ? 20 : 1);
+        const int frames =
+            in.ConsumeIntegralInRange(-1, 254) * (in.ConsumeIntegral<std::uint8_t>() < 16 ? 20 : 1);
         const std::size_t length = std::max(frames, 0);
-        const double level = in.ConsumeBool() ? 1.0 : number();
-        std::vector<double> input = noise(length, level, in.ConsumeIntegral<std::uint8_t>());
-        std::vector<double> output(length);
+        std::vector<double> input = noise(length, number(), in.ConsumeIntegral<std::uint8_t>());
         if (length > 0 && in.ConsumeBool())
-            input[in.ConsumeIntegralInRange<std::size_t>(0, length - 1)] =
-                std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
+            input[index() % length] = std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
+        std::vector<double> output = input;
         const std::vector<double> original = input;
-        double* from = input.data();
-        double* to = in.ConsumeBool() ? output.data() : input.data();
+        double* to = output.data();
+        double* from = in.ConsumeBool() ? input.data() : to;
         plugin.record->processDoubleReplacing(plugin.record, &from, &to, frames);
         for (std::size_t i = 0; i < length; ++i) {
             assert(hasRate ? std::isnormal(to[i]) || to[i] == 0.0 : bitsOf(to[i]) == bitsOf(original[i]));
-            assert(to == from || bitsOf(from[i]) == bitsOf(original[i]));
+            assert(bitsOf(input[i]) == bitsOf(original[i]));
         }
     }
 

@@ -79,7 +79,7 @@ function dataOf(file) {
 
 // Firefox takes its time to start any sound.
 pageTests('plays every source soon after the click, without a request', async (page) => {
-  const milliseconds = page.context().browser() === firefox ? 5000 : 1000;
+  const milliseconds = page.context().browser() === firefox ? 10000 : 1000;
   for (const source of ['Guitar', 'Drums', 'Tabla', 'Noise']) {
     await page.getByRole('radio', { name: source }).check();
     const begin = Date.now();
