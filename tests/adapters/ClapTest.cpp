@@ -57,6 +57,7 @@ TEST(ClapLife, SoundsAsTheBundleCutAtItsEvents)
 TEST_F(Clap, DescribesItselfAsListed)
 {
     const clap::Plugin* const plugin = instance.plugin;
+    EXPECT_TRUE(instance.activate(48000.0));
     std::ostringstream listed;
     listed.precision(17);
     const auto list = [&](const auto& first, const auto&... more) {
@@ -184,7 +185,7 @@ TEST_F(Clap, ListsItsPresetsForTheHostAndLoadsThem)
 TEST_F(Clap, RingsNoLongerThanItsTail)
 {
     for (const auto& [rate, invert] :
-         {std::pair(1000.0, 1.0), {1000.0, 0.0}, {48000.0, 0.0}, {192000.0, 0.0}}) {
+         {std::pair(1000.0, 0.0), {1000.0, 1.0}, {48000.0, 0.0}, {48000.0, 1.0}, {192000.0, 1.0}}) {
         instance.deactivate();
         EXPECT_TRUE(instance.load(clapState({0.0, 1.0, 1.0, 1.0, 1.0, invert, 1.0})) &&
                     instance.activate(rate));
@@ -203,6 +204,7 @@ TEST_F(Clap, SleepsOnlyWhileNothingSoundsOrMoves)
 {
     EXPECT_TRUE(instance.activate(48000.0));
     EXPECT_EQ(blocksUntilSleep(), 1);
+    EXPECT_EQ(play({-1e-9}), clap::kProcessContinue);
     play(noise(48000));
     const int untilRest = blocksUntilSleep();
     EXPECT_TRUE(untilRest > 100 && untilRest < 600) << untilRest;  // the envelope falls to a third in 0.25 s
