@@ -34,14 +34,17 @@ public:
     {
         hostCalls.clear();
         const int kind = in.ConsumeIntegralInRange(0, 15);
-        if (kind == 0)
-            setRate(number());
-        else if (kind < 5)
+        if (kind == 0) {
+            const float rate = number();
+            plugin.setRate(rate);
+            hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
+        } else if (kind < 5) {
             request();
-        else if (kind < 10)
+        } else if (kind < 10) {
             plugin.set(index(), number());
-        else
+        } else {
             process();
+        }
     }
 
 private:
@@ -58,12 +61,6 @@ private:
         const auto byte = in.ConsumeIntegral<std::uint8_t>();
         return byte < 240 ? kLikely[byte % kLikely.size()]
                           : std::bit_cast<float>(in.ConsumeIntegral<std::uint32_t>());
-    }
-
-    void setRate(float rate)
-    {
-        plugin.setRate(rate);
-        hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
     }
 
     // Any opcode but effClose, with a text of any length.
@@ -86,21 +83,15 @@ private:
 
     void process()
     {
-        const int frames =
-            in.ConsumeIntegralInRange(-1, 254) * (in.ConsumeIntegral<std::uint8_t>() < 16 ? 20 : 1);
-        const std::size_t length = std::max(frames, 0);
-        std::vector<double> input = noise(length, number(), in.ConsumeIntegral<std::uint8_t>());
+        const auto length = in.ConsumeIntegralInRange<std::size_t>(0, 600);
+        std::vector<double> block = noise(length, number(), in.ConsumeIntegral<std::uint8_t>());
         if (length > 0 && in.ConsumeBool())
-            input[index() % length] = std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
-        std::vector<double> output = input;
-        const std::vector<double> original = input;
-        double* to = output.data();
-        double* from = in.ConsumeBool() ? input.data() : to;
-        plugin.record->processDoubleReplacing(plugin.record, &from, &to, frames);
-        for (std::size_t i = 0; i < length; ++i) {
-            assert(hasRate ? std::isnormal(to[i]) || to[i] == 0.0 : bitsOf(to[i]) == bitsOf(original[i]));
-            assert(bitsOf(input[i]) == bitsOf(original[i]));
-        }
+            block[index() % length] = std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
+        const std::vector<double> original = block;
+        plugin.process(block);
+        for (std::size_t i = 0; i < length; ++i)
+            assert(hasRate ? std::isnormal(block[i]) || block[i] == 0.0
+                           : bitsOf(block[i]) == bitsOf(original[i]));
     }
 
     const Plugin plugin{getinterface};

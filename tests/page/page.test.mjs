@@ -153,6 +153,8 @@ pageTest('values go by keys, by a typed number, by a drag, and back to the defau
   await shows('2.50', 'each drag is undone at once');
   await sense.dblclick();
   await shows('8.42');
+  await sense.press('Space');
+  await page.locator('#play', { hasText: 'Pause' }).waitFor();
 });
 
 pageTest('presets and program files are those of the program, and a link carries them', {}, async (page) => {
@@ -266,7 +268,7 @@ pageTest('the picture lives while it plays, and stands still when motion is to b
     await page.emulateMedia({ reducedMotion });
     await page.waitForTimeout(1500);
     const before = await picture();
-    await page.waitForTimeout(300);
+    await page.waitForTimeout(600);
     assert.equal((await picture()) === before, reducedMotion === 'reduce');
   }
   const before = await picture();
