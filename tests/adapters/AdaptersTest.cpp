@@ -39,8 +39,8 @@ protected:
         std::string texts;
         LilvNodes* const objects =
             lilv_world_find_nodes(world.get(), subject, node(predicate).get(), nullptr);
-        LILV_FOREACH(nodes, i, objects)
-        texts += lilv_node_as_string(lilv_nodes_get(objects, i)) + std::string(" ");
+        LILV_FOREACH (nodes, i, objects)
+            texts += lilv_node_as_string(lilv_nodes_get(objects, i)) + std::string(" ");
         lilv_nodes_free(objects);
         return texts;
     }
@@ -207,8 +207,7 @@ TEST_F(Adapters, OfferTheShippedPresets)
         auto& valuesOfLv2 = ofLv2[said(uri.get(), "http://www.w3.org/2000/01/rdf-schema#label")];
         LilvNodes* const ports =
             lilv_world_find_nodes(world.get(), uri.get(), node(kCore + "port").get(), nullptr);
-        LILV_FOREACH(nodes, i, ports)
-        {
+        LILV_FOREACH (nodes, i, ports) {
             const LilvNode* const port = lilv_nodes_get(ports, i);
             valuesOfLv2[said(port, kCore + "symbol")] =
                 std::stof(said(port, "http://lv2plug.in/ns/ext/presets#value"));

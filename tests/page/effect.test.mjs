@@ -29,8 +29,8 @@ test('live sound is the rendered sound to the bit, before, in and after silence'
     const block = input.subarray(at, at + 128);
     channel.liveView().set(block);
     assert.equal(channel.processLive(128), Math.max(...block.map(Math.abs)));
-    const isSame = channel.liveView().every((sample, n) => sample === rendered[at + n]); // zeros of either sign are equal
-    assert.ok(isSame, `at ${at}`);
+    // Zeros of either sign are equal.
+    assert.ok(channel.liveView().every((sample, n) => sample === rendered[at + n]), `at ${at}`);
   }
 });
 
@@ -51,7 +51,6 @@ test('the teeth are drawn where the comb is', async () => {
     const lags = Array.from({ length: 300 }, (_, i) => i + 5);
     const likenesses = lags.map(likeness);
     const measured = lags[likenesses.indexOf(Math.min(...likenesses))];
-    console.log(name, delay, measured);
     assert.ok(Math.abs(measured - delay) < 1, `${name}: ${measured} samples, drawn at ${delay}`);
   }
 });

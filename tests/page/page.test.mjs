@@ -284,7 +284,7 @@ test('a browser without AudioWorklet is told what it lacks', async () => {
 
 // Sense is too high here, which the page marks.
 for (const colorScheme of ['light', 'dark'])
-  pageTest(`no fault of accessibility, all in sight: ${colorScheme}`, { colorScheme, hash: '#sense=1' }, async (page) => {
+  pageTest(`accessible, and all in sight: ${colorScheme}`, { colorScheme, hash: '#sense=1' }, async (page) => {
     await page.addScriptTag({ path: require.resolve('axe-core/axe.min.js') });
     for (const width of [1600, 360]) {
       await page.setViewportSize({ width, height: 900 });
