@@ -91,10 +91,11 @@ pageTests('plays every source soon after the click, without a request', async (p
   }
 });
 
-// Noise that repeats often enough for the analyser to tell its harmonics apart has a spectrum that stands still.
+// Noise that repeats often enough for the analyser to tell its harmonics apart has a spectrum that stands still. On the
+// right alone, which has an effect of its own.
 pageTest('every control changes what is heard, from the keyboard alone, and undo takes it back', {}, async (page) => {
   const file = `${folder}/steady.wav`;
-  sox(`-R -n -r 44100 -c 1 -b 24 ${file} synth 512s whitenoise gain -20 repeat 399`);
+  sox(`-R -n -r 44100 -c 1 -b 24 ${file} synth 512s whitenoise gain -20 repeat 399 remix 0 1`);
   await page.setInputFiles('#file', file);
   await page.focus('#play');
   await page.keyboard.press('Enter');
