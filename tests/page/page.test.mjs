@@ -84,6 +84,8 @@ pageTests('plays every source soon after the click, without a request', async (p
     await page.getByRole('radio', { name: source }).check();
     const begin = Date.now();
     await page.click('#play');
+    await page.locator('#play', { hasText: 'Pause' }).waitFor();
+    await page.waitForTimeout(60); // for what the analyser has from before
     while ((await hear(page, 20)).peak < 0.01) assert.ok(Date.now() - begin < milliseconds, `${source} is late`);
     await page.click('#play');
     assert.equal(await page.textContent('#play'), 'Play');
@@ -95,7 +97,7 @@ pageTests('plays every source soon after the click, without a request', async (p
 // right alone, which has an effect of its own.
 pageTest('every control changes what is heard, from the keyboard alone, and undo takes it back', {}, async (page) => {
   const file = `${folder}/steady.wav`;
-  sox(`-R -n -r 44100 -c 1 -b 24 ${file} synth 512s whitenoise gain -20 repeat 399 remix 0 1`);
+  sox(`-R -n -r 44100 -c 2 -b 24 ${file} synth 512s whitenoise gain -20 repeat 399 remix 0 1`);
   await page.setInputFiles('#file', file);
   await page.focus('#play');
   await page.keyboard.press('Enter');
