@@ -2,32 +2,11 @@
 
 #include "adapters/clap/ClapInterface.h"
 
-#include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <type_traits>
 #include <vector>
-
-// A CLAP host's side of the interface, which writes down what the plug-in tells it.
-struct ClapHost {
-    static std::string& told(const clap::Host* host) { return *static_cast<std::string*>(host->data); }
-    static void requestProcess(const clap::Host* host) { told(host) += "process;"; }
-    static const void* find(const clap::Host* /*host*/, const char* id)
-    {
-        static constexpr clap::HostParams kParams{
-            [](auto* host, auto flags) { told(host) += "rescan " + std::to_string(flags) + ";"; }, nullptr,
-            nullptr};
-        static constexpr clap::HostPresetLoad kPresets{
-            [](auto* host, auto, auto, auto, auto, auto) { told(host) += "error;"; },
-            [](auto* host, auto, auto, const char* key) { told(host) += std::string(key) + ";"; }};
-        if (std::strcmp(id, clap::kParams) == 0)
-            return &kParams;
-        return std::strcmp(id, clap::kPresetLoadDraft) == 0 ? &kPresets : nullptr;
-    }
-
-    std::string calls;
-    clap::Host record{clap::kVersion, &calls, "host", "", "", "", find, nullptr, requestProcess, nullptr};
-};
 
 using ClapEvents = std::vector<clap::ParamEvent>;  // sorted by time
 
@@ -37,22 +16,19 @@ inline clap::ParamEvent valueEvent(clap::Id id, double value, std::uint32_t time
     return {header, id, nullptr, -1, -1, -1, -1, value};
 }
 
-// An instance, driven through its record alone.
+// A host with one instance, which it drives through its record alone.
 class ClapInstance
 {
 public:
-    explicit ClapInstance(const clap::Entry& entry) : plugin(make(entry, host.record))
-    {
-        plugin->init(plugin);
-    }
+    explicit ClapInstance(const clap::Entry& entry) : plugin(make(entry, &host)) { plugin->init(plugin); }
     ClapInstance(const ClapInstance&) = delete;
     ~ClapInstance() { plugin->destroy(plugin); }
 
-    static const clap::Plugin* make(const clap::Entry& entry, const clap::Host& host,
+    static const clap::Plugin* make(const clap::Entry& entry, const clap::Host* host,
                                     const char* id = "com.korva.wail")
     {
         const auto* all = static_cast<const clap::PluginFactory*>(entry.getFactory(clap::kPluginFactory));
-        return all->create(all, &host, id);
+        return all->create(all, host, id);
     }
     template <typename Extension>
     const Extension& ask(const char* id) const
@@ -62,12 +38,14 @@ public:
     bool activate(double rate) const { return plugin->activate(plugin, rate, 1, 0x7FFFFFFF); }
     void deactivate() const { plugin->deactivate(plugin); }
 
-    // -1 and "none" if there is none.
-    double value(clap::Id id) const
+    std::array<double, 7> values() const  // by id
     {
-        double result = -1.0;
-        return params().getValue(plugin, id, &result) ? result : -1.0;
+        std::array<double, 7> all{};
+        for (clap::Id id = 0; id < 7; ++id)
+            params().getValue(plugin, id, &all[id]);
+        return all;
     }
+    // These return -1 and "none" if there is none.
     double valueOf(clap::Id id, const char* text) const
     {
         double result = -1.0;
@@ -83,24 +61,22 @@ public:
     std::string save() const
     {
         std::string bytes;
-        const auto write = [](const clap::OutputStream* stream, const void* from, std::uint64_t size) {
-            const auto taken = static_cast<std::size_t>(size / 2 + 1);
-            static_cast<std::string*>(stream->context)->append(static_cast<const char*>(from), taken);
-            return static_cast<std::int64_t>(taken);
-        };
-        const clap::OutputStream stream{&bytes, write};
+        const clap::OutputStream stream{&bytes, [](auto* self, const void* from, std::uint64_t size) {
+                                            const auto* first = static_cast<const char*>(from);
+                                            const std::uint64_t taken = size / 2 + 1;
+                                            static_cast<std::string*>(self->context)->append(first, taken);
+                                            return static_cast<std::int64_t>(taken);
+                                        }};
         return ask<clap::State>(clap::kState).save(plugin, &stream) ? bytes : "failed";
     }
     bool load(std::string bytes) const
     {
-        const auto read = [](const clap::InputStream* stream, void* to, std::uint64_t size) {
-            auto& left = *static_cast<std::string*>(stream->context);
-            const std::size_t given =
-                left.copy(static_cast<char*>(to), static_cast<std::size_t>(size / 2 + 1));
-            left.erase(0, given);
-            return static_cast<std::int64_t>(given);
-        };
-        const clap::InputStream stream{&bytes, read};
+        const clap::InputStream stream{&bytes, [](auto* self, void* to, std::uint64_t size) {
+                                           auto& left = *static_cast<std::string*>(self->context);
+                                           const auto given = left.copy(static_cast<char*>(to), size / 2 + 1);
+                                           left.erase(0, given);
+                                           return static_cast<std::int64_t>(given);
+                                       }};
         return ask<clap::State>(clap::kState).load(plugin, &stream);
     }
     bool loadPreset(const char* key, std::uint32_t kind = clap::kInPlugin) const
@@ -125,27 +101,45 @@ public:
         else
             in.data32 = &from, out.data32 = &output;
         const clap::InputEvents list = listOf(events);
-        const clap::Process block{-1,     static_cast<std::uint32_t>(frames), nullptr, &in, &out, 1, 1, &list,
+        const auto count = static_cast<std::uint32_t>(frames);
+        const clap::Process block{-1,     count, nullptr, &in, &out, 1, 1, events.empty() ? nullptr : &list,
                                   nullptr};
         const clap::ProcessStatus status = plugin->process(plugin, &block);
         constantMask = out.constantMask;
         return status;
     }
 
-    ClapHost host;
-    const clap::Plugin* plugin;
+    std::string told;  // by the plug-in
+    const clap::Host host{clap::kVersion, &told, "host", "", "", "", findExtension, nullptr, wake, nullptr};
+    const clap::Plugin* const plugin;
     std::uint64_t constantMask = 0;  // of the last block
 
 private:
-    const clap::Params& params() const { return ask<clap::Params>(clap::kParams); }
-    static const ClapEvents& of(const clap::InputEvents* list)
+    static void tell(const clap::Host* self, const std::string& what)
     {
-        return *static_cast<const ClapEvents*>(list->context);
+        *static_cast<std::string*>(self->data) += what + ";";
     }
+    static void wake(const clap::Host* self) { tell(self, "process"); }
+    static const void* findExtension(const clap::Host* /*self*/, const char* id)
+    {
+        static constexpr clap::HostParams kParams{
+            [](auto* self, auto flags) { tell(self, "rescan " + std::to_string(flags)); }, nullptr, nullptr};
+        static constexpr clap::HostPresetLoad kPresets{
+            [](auto* self, auto...) { tell(self, "error"); },
+            [](auto* self, auto, auto, const char* key) { tell(self, key); }};
+        if (std::strcmp(id, clap::kParams) == 0)
+            return &kParams;
+        return std::strcmp(id, clap::kPresetLoadDraft) == 0 ? &kPresets : nullptr;
+    }
+
+    const clap::Params& params() const { return ask<clap::Params>(clap::kParams); }
     static clap::InputEvents listOf(const ClapEvents& events)
     {
+        static constexpr auto of = [](const clap::InputEvents* list) -> const ClapEvents& {
+            return *static_cast<const ClapEvents*>(list->context);
+        };
         return {const_cast<ClapEvents*>(&events),
                 [](auto* list) { return static_cast<std::uint32_t>(of(list).size()); },
-                [](auto* list, std::uint32_t i) -> const clap::Event* { return &of(list).at(i).header; }};
+                [](auto* list, std::uint32_t i) { return &of(list).at(i).header; }};
     }
 };

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto choose = [&](std::uint32_t n) {
         return bytes.ConsumeIntegralInRange<std::uint32_t>(0, n - 1);
     };
-    ClapLife life(clap_entry, getinterface, choose, [] { return std::size_t{0}; });
+    ClapLife life(clap_entry, getinterface, choose);
     while (bytes.remaining_bytes() > 0)
         assert(life.step() == nullptr);
     return 0;

@@ -1,6 +1,6 @@
-// A host driven by the fuzzer's bytes: it creates up to three effects, sends them the requests that the bytes say, and
-// asserts that every block's output is finite and not subnormal. Every buffer has exactly the agreed length, so that
-// the address sanitizer finds any access beyond it.
+// A host driven by the fuzzer's bytes: it sends an effect the requests that the bytes say, and asserts that every
+// block's output is finite and not subnormal. Every buffer has exactly the agreed length, so that the address sanitizer
+// finds any access beyond it.
 
 #include "host/VstRecords.h"
 #include "tests/support/Signals.h"
@@ -9,10 +9,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
-#include <bit>
-#include <cmath>
 #include <map>
-#include <memory>
 
 #undef NDEBUG  // assert in every build
 #include <cassert>
@@ -25,27 +22,29 @@ namespace
 const std::map<VstInt32, std::size_t> kRoom{
     {effGetParamLabel, 9}, {effGetParamDisplay, 9}, {effGetParamName, 9}, {effGetProgramName, 24},
     {effGetProgramNameIndexed, 24}, {effGetEffectName, 64}, {effGetVendorString, 64}, {effGetProductString, 64},
-    {effGetParameterProperties, sizeof(VstParameterProperties)}};
+    {effGetSpeakerArrangement, sizeof(void*)}, {effGetParameterProperties, sizeof(VstParameterProperties)}};
 // clang-format on
 
 class Life
 {
 public:
-    Life(AEffect* record, FuzzedDataProvider& bytes) : plugin(record), in(bytes) {}
+    explicit Life(FuzzedDataProvider& bytes) : in(bytes) {}
 
-    // Returns false if the effect is to be closed.
-    bool step()
+    void step()
     {
-        const int kind = in.ConsumeIntegralInRange(0, 63);
-        if (kind % 16 == 0)
-            setRate();
-        else if (kind % 16 < 5)
+        hostCalls.clear();
+        const int kind = in.ConsumeIntegralInRange(0, 15);
+        if (kind == 0) {
+            const float rate = number();
+            plugin.setRate(rate);
+            hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
+        } else if (kind < 5) {
             request();
-        else if (kind % 16 < 10)
+        } else if (kind < 10) {
             plugin.set(index(), number());
-        else
+        } else {
             process();
-        return kind != 63;
+        }
     }
 
 private:
@@ -57,18 +56,11 @@ private:
     }
     float number()
     {
-        constexpr std::array kSpecial{0.0f, 1.0f, 0.5f, -1.0f, 1e-40f, 1e6f, INFINITY, NAN};
+        constexpr std::array kLikely{0.0f, 1.0f, 0.5f,     62.5f,     48000.0f, 3072000.0f,
+                                     NAN,  1e6f, INFINITY, 192000.0f, -1.0f,    1e-40f};
         const auto byte = in.ConsumeIntegral<std::uint8_t>();
-        return byte < 240 ? kSpecial[byte % kSpecial.size()]
+        return byte < 240 ? kLikely[byte % kLikely.size()]
                           : std::bit_cast<float>(in.ConsumeIntegral<std::uint32_t>());
-    }
-
-    void setRate()
-    {
-        constexpr float kRates[] = {22050.0f, 48000.0f, 192000.0f, 62.5f, 3072000.0f};
-        const float rate = in.ConsumeBool() ? in.PickValueInArray(kRates) : number();
-        plugin.setRate(rate);
-        hasRate = hasRate || (rate >= 62.5f && rate <= 3072000.0f);
     }
 
     // Any opcode but effClose, with a text of any length.
@@ -82,37 +74,27 @@ private:
         text.push_back('\0');
         if (kRoom.contains(opcode))
             text.resize(kRoom.at(opcode));
-        void* slots[] = {&slots, &slots};
-        const bool pointers = opcode == effGetSpeakerArrangement;
-        const VstIntPtr value = pointers           ? reinterpret_cast<VstIntPtr>(&slots[0])
-                                : in.ConsumeBool() ? index()
-                                                   : in.ConsumeIntegral<VstIntPtr>();
-        void* const given = pointers ? static_cast<void*>(&slots[1]) : text.data();
-        plugin.dispatch(opcode, index(), value, in.ConsumeBool() ? given : nullptr, number());
+        void* other = nullptr;
+        const VstIntPtr value = opcode == effGetSpeakerArrangement ? reinterpret_cast<VstIntPtr>(&other)
+                                : in.ConsumeBool()                 ? index()
+                                                                   : in.ConsumeIntegral<VstIntPtr>();
+        plugin.dispatch(opcode, index(), value, in.ConsumeBool() ? text.data() : nullptr, number());
     }
 
     void process()
     {
-        const VstInt32 frames =
-            in.ConsumeIntegralInRange(-1, 254) * (in.ConsumeIntegralInRange(0, 15) == 0 ? 20 : 1);
-        const std::size_t length = std::max(frames, 0);
-        const double level = in.ConsumeBool() ? 1.0 : number();
-        std::vector<double> input = noise(length, level, in.ConsumeIntegral<std::uint8_t>());
-        std::vector<double> output(length);
+        const auto length = in.ConsumeIntegralInRange<std::size_t>(0, 600);
+        std::vector<double> block = noise(length, number(), in.ConsumeIntegral<std::uint8_t>());
         if (length > 0 && in.ConsumeBool())
-            input[in.ConsumeIntegralInRange<std::size_t>(0, length - 1)] =
-                std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
-        const std::vector<double> original = input;
-        double* from = input.data();
-        double* to = in.ConsumeBool() ? output.data() : input.data();
-        plugin.record->processDoubleReplacing(plugin.record, &from, &to, frames);
-        for (std::size_t i = 0; i < length; ++i) {
-            assert(hasRate ? std::isnormal(to[i]) || to[i] == 0.0 : bitsOf(to[i]) == bitsOf(original[i]));
-            assert(to == from || bitsOf(from[i]) == bitsOf(original[i]));
-        }
+            block[index() % length] = std::bit_cast<double>(in.ConsumeIntegral<std::uint64_t>());
+        const std::vector<double> original = block;
+        plugin.process(block);
+        for (std::size_t i = 0; i < length; ++i)
+            assert(hasRate ? std::isnormal(block[i]) || block[i] == 0.0
+                           : bitsOf(block[i]) == bitsOf(original[i]));
     }
 
-    const Plugin plugin;
+    const Plugin plugin{getinterface};
     FuzzedDataProvider& in;
     bool hasRate = false;
 };
@@ -122,19 +104,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     FuzzedDataProvider bytes(data, size);
-    std::array<std::unique_ptr<Life>, 3> lives;
-    while (bytes.remaining_bytes() > 0) {
-        std::unique_ptr<Life>& life = lives[std::max(0, bytes.ConsumeIntegralInRange(-9, 2))];
-        hostCalls.clear();
-        if (life == nullptr) {
-            hostAnswer = bytes.ConsumeBool() ? 1 : bytes.ConsumeIntegral<VstIntPtr>();
-            const std::unique_ptr<K_TypeIF> interface(getinterface(hostCallback));
-            assert((interface == nullptr) == (hostAnswer == 0));
-            if (interface != nullptr)
-                life = std::make_unique<Life>(interface->aeffect, bytes);
-        } else if (!life->step()) {
-            life.reset();
-        }
-    }
+    for (Life life(bytes); bytes.remaining_bytes() > 0;)
+        life.step();
     return 0;
 }

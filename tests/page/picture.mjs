@@ -1,8 +1,8 @@
 // Draws docs/page.png, the page as it plays. Usage: node tests/page/picture.mjs, after scripts/page.
 
-import { launch, open, root } from './browser.mjs';
+import { launchChromium, open, root } from './browser.mjs';
 
-const browser = await launch();
+const browser = await launchChromium();
 const page = await open(browser, { viewport: { width: 1240, height: 900 }, colorScheme: 'light' });
 await page.waitForTimeout(3000); // until all of the loop is drawn
 await page.click('#play');
