@@ -66,14 +66,16 @@ protected:
         for (const auto& entry : std::filesystem::directory_iterator("."))
             EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
     }
-    // The failures in a table of this folder, whose rows are "status | command | message".
-    static void expectFailures(const std::string& table)
+    // The failures in a table of this folder, whose rows are "status | command | message". setUp: runs before
+    // each command.
+    static void expectFailures(const std::string& table, const std::string& setUp = "")
     {
         std::ifstream rows(WAIL_TESTS "/" + table);
         EXPECT_TRUE(rows.is_open());
         for (std::string row; std::getline(rows, row);) {
             const std::size_t command = row.find(" | ") + 3, message = row.rfind(" | ") + 3;
-            expectFailure(std::stoi(row), row.substr(command, message - 3 - command), row.substr(message));
+            expectFailure(std::stoi(row), setUp + row.substr(command, message - 3 - command),
+                          row.substr(message));
         }
     }
 
