@@ -100,7 +100,8 @@ void drawSpectrogram(Picture& picture, const Measurement& measured, double start
     const double top = std::max(kLowestTopLevel, 5.0 * std::ceil(*place / 5.0));
     const Axis level{top - kLevelRange, top, "Level in dBFS"};
     picture.fill(kSpectrogram, [&](int column, int row) {
-        return heatColour(level.share(levels[static_cast<std::size_t>(column * kSpectrogram.height + row)]));
+        return heatColour(level.share(
+            levels[static_cast<std::size_t>(column) * kSpectrogram.height + static_cast<std::size_t>(row)]));
     });
     const double seconds = static_cast<double>(measured.frames) / measured.rate;
     picture.bottomAxis(kSpectrogram, {start, start + seconds, "Time in s"});

@@ -211,7 +211,9 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
         EXPECT_THAT(printed, HasSubstr("blocks of 64, --on-off off --sense 0.84"));
         const std::string lost = left.empty() ? "in.wav: plug-in" : output + ": left out " + left + "\n";
         EXPECT_THAT(printed, HasSubstr(lost));
-        const auto holds = [&](const std::string& what) { return left.find(what) == std::string::npos; };
+        const auto holds = [&left = left](const std::string& what) {
+            return left.find(what) == std::string::npos;
+        };
         SndfileHandle sound(output);
         EXPECT_STREQ(sound.getString(SF_STR_TITLE), holds("titles") ? "Caf\xc3\xa9" : nullptr);
         int found[6] = {};
