@@ -55,6 +55,7 @@ public:
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
     void setRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
+    void setProgram(VstIntPtr program) const { dispatch(effSetProgram, 0, program); }
     void set(VstInt32 index, float value) const { record->setParameter(record, index, value); }
     float get(VstInt32 index) const { return record->getParameter(record, index); }
     void rename(std::string name) const { dispatch(effSetProgramName, 0, 0, name.data()); }

@@ -1,0 +1,196 @@
+// Which virtual operations are called, by their slots: by the host's requests, by the record's functions and by other
+// operations.
+
+#include "host/AEffEditor.h"
+#include "host/AudioEffect.h"
+#include "tests/support/Rows.h"
+#include "tests/support/TableSlots.h"
+#include "tests/support/TestHost.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <map>
+#include <utility>
+
+namespace
+{
+
+VstInt32 low(VstIntPtr word)
+{
+    return static_cast<VstInt32>(word);
+}
+
+constexpr int kEditor = 200;  // an editor's slots are counted from here
+
+// The operations that were called, by their slots, and the words that the last one was called with: a key instead of
+// a pointer to it, and at the end a float, if the ABI passes floats apart.
+std::vector<int> reached;
+std::array<VstIntPtr, 5> words;
+std::map<int, VstIntPtr> answers;  // of operations, by their slots; 1 if there is none
+
+VstInt32 wordOf(const VstKeyCode& key)
+{
+    return key.character << 16 | key.virt << 8 | key.modifier;
+}
+
+template <int slot>
+VstIntPtr note(void* /*object*/, VstIntPtr a, VstIntPtr b, VstIntPtr c, VstIntPtr d, float f)
+{
+    constexpr bool isOnKey = slot == kEditor + 6 || slot == kEditor + 7;
+    words = {isOnKey ? wordOf(*reinterpret_cast<VstKeyCode*>(a)) : a, b, c, d, std::bit_cast<VstInt32>(f)};
+    reached.push_back(slot);
+    return answers.contains(slot) ? answers[slot] : 1;
+}
+
+template <int... places>
+auto notesOf(std::integer_sequence<int, places...>)
+{
+    return std::array{&note<places - 2>...};
+}
+
+// Puts notes in the place of all operations of an object, except the one in the slot `kept`, for its own lifetime.
+class Spy
+{
+public:
+    Spy(void* object, int kept, std::size_t first = 0)
+        : table(*static_cast<Operation**>(object)), original(table)
+    {
+        std::copy_n(original - 2, 2, notes.begin() + first);  // what precedes the first slot of every table
+        notes.at(static_cast<std::size_t>(2 + kept)) = original[kept];
+        table = notes.data() + first + 2;
+        reached.clear();
+        answers.clear();
+    }
+    Spy(const Spy&) = delete;
+    ~Spy() { table = original; }
+
+private:
+    using Operation = decltype(&note<0>);
+
+    std::array<Operation, 256> notes = notesOf(std::make_integer_sequence<int, 256>());
+    Operation*& table;
+    Operation* const original;
+};
+
+struct Window : AEffEditor {
+    bool getRect(ERect** /*rect*/) override { return false; }
+    bool open(void* /*parent*/) override { return false; }
+    void close() override {}
+};
+
+AudioEffect& objectOf(const Plugin& plugin)
+{
+    return *static_cast<AudioEffect*>(plugin.record->object);
+}
+
+}  // namespace
+
+// A key code takes the low bytes of value and of opt; an opt that is NaN or beyond 32 bits counts as 0.
+TEST(Operations, AreReachedByEveryRequestWithItsArguments)
+{
+    struct Request {
+        VstInt32 index;
+        VstIntPtr value;
+        float opt;
+        VstInt32 key;
+    };
+    const Plugin plugin;
+    Window window;
+    forEachRow("dispatcher.txt", [&](std::istream& fields) {
+        VstInt32 opcode = 0, expected = 0, slot = 0;
+        std::string operation, arguments;
+        fields >> opcode >> expected >> slot >> operation >> arguments;
+        for (const auto& [index, value, opt, key] : {Request{4, 5, 515.9f, 0x40503},
+                                                     {4, 0, -1.0f, 0x400FF},
+                                                     {0, 0x1FE, 1e20f, 0xFE00},
+                                                     {4, 5, NAN, 0x40500}}) {
+            if (opcode == effSetProgram && value > 15)
+                continue;  // no program
+            const Spy spy(&objectOf(plugin), slot::dispatcher), editor(&window, slot::none, kEditor);
+            objectOf(plugin).setEditor(&window);
+            const VstIntPtr answer = answers[slot] = opt > 0.0f;
+            EXPECT_EQ(plugin.dispatch(opcode, index, value, &reached, opt), expected * answer);
+            const bool isSwitchOff = opcode == effMainsChanged && value == 0;
+            EXPECT_EQ(reached, std::vector{isSwitchOff ? slot::suspend : slot});
+            const std::map<char, VstInt32> sent{{'i', index},
+                                                {'v', low(value)},
+                                                {'p', low(reinterpret_cast<VstIntPtr>(&reached))},
+                                                {'I', index != 0},
+                                                {'V', value != 0},
+                                                {'k', key},
+                                                {'f', std::bit_cast<VstInt32>(opt)}};
+            for (std::size_t k = 0; k < arguments.size(); ++k) {
+                const char kind = arguments[k];
+                const VstInt32 word = low(words[kind == 'f' && sizeof(void*) == 8 ? 4 : k]);
+                EXPECT_EQ(std::isupper(kind) ? word & 0xFF : word, sent.at(kind)) << kind;
+            }
+        }
+    });
+    objectOf(plugin).setEditor(nullptr);
+}
+
+// The last request closes the effect, and would delete it by the second entry of its table.
+TEST(Operations, AreReachedByTheFunctionsOfTheRecord)
+{
+    const Plugin plugin;
+    AEffect* const r = plugin.record;
+    const Spy spy(&objectOf(plugin), slot::dispatcher);
+    r->setParameter(r, 6, 0.5f);
+    r->process(r, nullptr, nullptr, 7);
+    r->processReplacing(r, nullptr, nullptr, 7);
+    r->processDoubleReplacing(r, nullptr, nullptr, 7);
+    EXPECT_EQ(words[2], 7);
+    EXPECT_EQ(plugin.dispatch(effClose), 1);
+    EXPECT_EQ(reached, (std::vector<int>{slot::setParameter, slot::process, slot::processReplacing,
+                                         slot::processDoubleReplacing, slot::close, slot::deleteObject}));
+}
+
+TEST(Operations, OfAnEditorEndWithTheEffect)
+{
+    Window window;
+    const Spy spy(&window, slot::none, kEditor);
+    {
+        const Plugin plugin;
+        AEffEditor* const editors[] = {&window, nullptr, &window};
+        for (AEffEditor* const editor : editors) {
+            objectOf(plugin).setEditor(editor);
+            EXPECT_EQ(plugin.record->flags, editor == nullptr ? 4112 : 4113);
+            EXPECT_EQ(plugin.call<AEffEditor*>(slot::getEditor), editor);
+        }
+    }
+    EXPECT_EQ(reached, std::vector<int>{kEditor + slot::deleteObject});
+}
+
+TEST(Operations, AskForMidiEventsOnlyOfASynthOrIfTheyCanBeReceived)
+{
+    const Plugin plugin;
+    for (const auto& [flags, answer, areWanted] :
+         {std::tuple{16, 0, false}, {16, -1, false}, {16, 1, true}, {256, 0, true}}) {
+        const Spy spy(&objectOf(plugin), slot::resume);
+        answers[slot::canDo] = answer;
+        plugin.record->flags = flags;
+        plugin.call<void>(slot::resume);
+        ASSERT_EQ(reached.back(), areWanted ? slot::wantEvents : slot::canDo);
+        if (areWanted)
+            EXPECT_EQ(words[0], 1);
+        else
+            EXPECT_STREQ(reinterpret_cast<char*>(words[0]), "receiveVstMidiEvent");
+    }
+}
+
+TEST(Operations, MatchArrangementsUpToTheFirstStepThatFails)
+{
+    using namespace slot;
+    const Plugin plugin;
+    VstSpeakerArrangement from{.type = 5, .numChannels = 2, .speakers = {}}, copy{};
+    const std::vector<int> steps{deallocateArrangement, allocateArrangement, copySpeaker, copySpeaker};
+    for (const auto& [failing, done] :
+         {std::pair{deallocateArrangement, 1}, {allocateArrangement, 2}, {copySpeaker, 3}, {none, 4}}) {
+        const Spy spy(&objectOf(plugin), matchArrangement);
+        answers[failing] = 0;
+        VstSpeakerArrangement* to = &copy;
+        EXPECT_EQ(plugin.call<bool>(matchArrangement, &to, &from), failing == none);
+        EXPECT_EQ(reached, std::vector(steps.begin(), steps.begin() + done));
+    }
+}
