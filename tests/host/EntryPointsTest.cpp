@@ -4,16 +4,11 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
 // Both entry points do the same, so every test holds for each.
 struct EntryPoints : testing::TestWithParam<const char*> {
     const EntryPoint make = entryPoint(GetParam());
 };
 INSTANTIATE_TEST_SUITE_P(Both, EntryPoints, testing::Values("getinterface", "KTypeIF"));
-
-}  // namespace
 
 TEST_P(EntryPoints, AskTheHostForItsVersionOnceAndAcceptAnyButZero)
 {

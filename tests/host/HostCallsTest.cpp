@@ -81,22 +81,18 @@ TEST(HostCalls, SendTheirOpcodeWithTheirArgumentsAndReturnTheHostsAnswer)
     hostAnswer = 1;
 }
 
+// Of the base classes, the defaults that Wail does not have.
 TEST(HostCalls, AreNotMadeWithoutACallback)
 {
-    const Plugin plugin((new BareEffect)->getAeffect());
-    EXPECT_EQ(plugin.call<I>(slot::getBlockSize), 1024);
-    callEverything(plugin, 0, false);
-}
-
-// Which Wail does not override, or which hosts cannot see of it.
-TEST(BaseClasses, HaveTheDefaultsOfTheInterface)
-{
-    BareEffect effect;
-    const AEffect& r = *effect.getAeffect();
+    auto* const effect = new BareEffect;
+    const Plugin plugin(effect->getAeffect());
+    const AEffect& r = *plugin.record;
     EXPECT_EQ((std::vector{r.uniqueID, r.numPrograms, r.numParams, r.numInputs, r.numOutputs, r.flags}),
               (std::vector{0x4E6F4566, 3, 2, 1, 2, 16}));
-    EXPECT_EQ(effect.getNumOfInSig(5), 2);
-    EXPECT_EQ(effect.getPlugCategory(), kPlugCategUnknown);
-    effect.isSynth();
-    EXPECT_EQ(static_cast<int>(effect.getPlugCategory()), 2);
+    EXPECT_EQ(plugin.call<I>(slot::getBlockSize), 1024);
+    EXPECT_EQ(effect->getNumOfInSig(5), 2);
+    EXPECT_EQ(plugin.dispatch(effGetPlugCategory), 0);
+    effect->isSynth();
+    EXPECT_EQ(plugin.dispatch(effGetPlugCategory), 2);
+    callEverything(plugin, 0, false);
 }

@@ -29,16 +29,15 @@ std::vector<int> reached;
 std::array<VstIntPtr, 5> words;
 std::map<int, VstIntPtr> answers;  // of operations, by their slots; 1 if there is none
 
-VstInt32 wordOf(const VstKeyCode& key)
-{
-    return key.character << 16 | key.virt << 8 | key.modifier;
-}
-
 template <int slot>
 VstIntPtr note(void* /*object*/, VstIntPtr a, VstIntPtr b, VstIntPtr c, VstIntPtr d, float f)
 {
     constexpr bool isOnKey = slot == kEditor + 6 || slot == kEditor + 7;
-    words = {isOnKey ? wordOf(*reinterpret_cast<VstKeyCode*>(a)) : a, b, c, d, std::bit_cast<VstInt32>(f)};
+    words = {a, b, c, d, std::bit_cast<VstInt32>(f)};
+    if (isOnKey) {
+        const VstKeyCode key = *reinterpret_cast<VstKeyCode*>(a);
+        words[0] = key.character << 16 | key.virt << 8 | key.modifier;
+    }
     reached.push_back(slot);
     return answers.contains(slot) ? answers[slot] : 1;
 }
@@ -79,71 +78,42 @@ struct Window : AEffEditor {
     void close() override {}
 };
 
-AudioEffect& objectOf(const Plugin& plugin)
-{
-    return *static_cast<AudioEffect*>(plugin.record->object);
-}
-
 }  // namespace
 
-// A key code takes the low bytes of value and of opt; an opt that is NaN or beyond 32 bits counts as 0.
+// Operations of an editor too. A key code takes the low bytes of value and of opt; an opt that is NaN or beyond 32
+// bits counts as 0.
 TEST(Operations, AreReachedByEveryRequestWithItsArguments)
 {
-    struct Request {
-        VstInt32 index;
-        VstIntPtr value;
-        float opt;
-        VstInt32 key;
-    };
     const Plugin plugin;
+    auto* const effect = static_cast<AudioEffect*>(plugin.record->object);
     Window window;
+    effect->setEditor(&window);
+    const auto ptr = reinterpret_cast<VstIntPtr>(&reached);
     forEachRow("dispatcher.txt", [&](std::istream& fields) {
         VstInt32 opcode = 0, expected = 0, slot = 0;
         std::string operation, arguments;
         fields >> opcode >> expected >> slot >> operation >> arguments;
-        for (const auto& [index, value, opt, key] : {Request{4, 5, 515.9f, 0x40503},
+        for (const auto& [index, value, opt, key] : {std::tuple{4, VstIntPtr{5}, 515.9f, 0x40503},
                                                      {4, 0, -1.0f, 0x400FF},
-                                                     {0, 0x1FE, 1e20f, 0xFE00},
-                                                     {4, 5, NAN, 0x40500}}) {
-            if (opcode == effSetProgram && value > 15)
-                continue;  // no program
-            const Spy spy(&objectOf(plugin), slot::dispatcher), editor(&window, slot::none, kEditor);
-            objectOf(plugin).setEditor(&window);
+                                                     {0, 16, 1e20f, 0x1000},
+                                                     {4, 0x1FE, NAN, 0x4FE00}}) {
+            const Spy spy(effect, slot::dispatcher), editor(&window, slot::none, kEditor);
             const VstIntPtr answer = answers[slot] = opt > 0.0f;
             EXPECT_EQ(plugin.dispatch(opcode, index, value, &reached, opt), expected * answer);
-            const bool isSwitchOff = opcode == effMainsChanged && value == 0;
-            EXPECT_EQ(reached, std::vector{isSwitchOff ? slot::suspend : slot});
-            const std::map<char, VstInt32> sent{{'i', index},
-                                                {'v', low(value)},
-                                                {'p', low(reinterpret_cast<VstIntPtr>(&reached))},
-                                                {'I', index != 0},
-                                                {'V', value != 0},
-                                                {'k', key},
-                                                {'f', std::bit_cast<VstInt32>(opt)}};
-            for (std::size_t k = 0; k < arguments.size(); ++k) {
+            const int called = opcode == effMainsChanged && value == 0 ? slot::suspend : slot;
+            const bool isValid = opcode != effSetProgram || value < 16;
+            EXPECT_EQ(reached, std::vector(isValid ? 1 : 0, called));
+            const std::string kinds = "ivpIVkf";
+            const VstInt32 bits = std::bit_cast<VstInt32>(opt);
+            const VstInt32 sent[] = {index, low(value), low(ptr), index != 0, value != 0, key, bits};
+            for (std::size_t k = 0; isValid && k < arguments.size(); ++k) {
                 const char kind = arguments[k];
                 const VstInt32 word = low(words[kind == 'f' && sizeof(void*) == 8 ? 4 : k]);
-                EXPECT_EQ(std::isupper(kind) ? word & 0xFF : word, sent.at(kind)) << kind;
+                EXPECT_EQ(std::isupper(kind) ? word & 0xFF : word, sent[kinds.find(kind)]) << kind;
             }
         }
     });
-    objectOf(plugin).setEditor(nullptr);
-}
-
-// The last request closes the effect, and would delete it by the second entry of its table.
-TEST(Operations, AreReachedByTheFunctionsOfTheRecord)
-{
-    const Plugin plugin;
-    AEffect* const r = plugin.record;
-    const Spy spy(&objectOf(plugin), slot::dispatcher);
-    r->setParameter(r, 6, 0.5f);
-    r->process(r, nullptr, nullptr, 7);
-    r->processReplacing(r, nullptr, nullptr, 7);
-    r->processDoubleReplacing(r, nullptr, nullptr, 7);
-    EXPECT_EQ(words[2], 7);
-    EXPECT_EQ(plugin.dispatch(effClose), 1);
-    EXPECT_EQ(reached, (std::vector<int>{slot::setParameter, slot::process, slot::processReplacing,
-                                         slot::processDoubleReplacing, slot::close, slot::deleteObject}));
+    effect->setEditor(nullptr);
 }
 
 TEST(Operations, OfAnEditorEndWithTheEffect)
@@ -154,7 +124,7 @@ TEST(Operations, OfAnEditorEndWithTheEffect)
         const Plugin plugin;
         AEffEditor* const editors[] = {&window, nullptr, &window};
         for (AEffEditor* const editor : editors) {
-            objectOf(plugin).setEditor(editor);
+            static_cast<AudioEffect*>(plugin.record->object)->setEditor(editor);
             EXPECT_EQ(plugin.record->flags, editor == nullptr ? 4112 : 4113);
             EXPECT_EQ(plugin.call<AEffEditor*>(slot::getEditor), editor);
         }
@@ -162,12 +132,28 @@ TEST(Operations, OfAnEditorEndWithTheEffect)
     EXPECT_EQ(reached, std::vector<int>{kEditor + slot::deleteObject});
 }
 
+// The last request closes the effect, and would delete it by the second entry of its table.
+TEST(Operations, AreReachedByTheFunctionsOfTheRecord)
+{
+    const Plugin plugin;
+    AEffect* const r = plugin.record;
+    const Spy spy(r->object, slot::dispatcher);
+    r->setParameter(r, 6, 0.5f);
+    r->process(r, nullptr, nullptr, 7);
+    r->processReplacing(r, nullptr, nullptr, 7);
+    r->processDoubleReplacing(r, nullptr, nullptr, 7);
+    EXPECT_EQ(words[2], 7);
+    EXPECT_EQ(plugin.dispatch(effClose), 1);
+    EXPECT_EQ(reached, (std::vector<int>{slot::setParameter, slot::process, slot::processReplacing,
+                                         slot::processDoubleReplacing, slot::close, slot::deleteObject}));
+}
+
 TEST(Operations, AskForMidiEventsOnlyOfASynthOrIfTheyCanBeReceived)
 {
     const Plugin plugin;
     for (const auto& [flags, answer, areWanted] :
          {std::tuple{16, 0, false}, {16, -1, false}, {16, 1, true}, {256, 0, true}}) {
-        const Spy spy(&objectOf(plugin), slot::resume);
+        const Spy spy(plugin.record->object, slot::resume);
         answers[slot::canDo] = answer;
         plugin.record->flags = flags;
         plugin.call<void>(slot::resume);
@@ -187,7 +173,7 @@ TEST(Operations, MatchArrangementsUpToTheFirstStepThatFails)
     const std::vector<int> steps{deallocateArrangement, allocateArrangement, copySpeaker, copySpeaker};
     for (const auto& [failing, done] :
          {std::pair{deallocateArrangement, 1}, {allocateArrangement, 2}, {copySpeaker, 3}, {none, 4}}) {
-        const Spy spy(&objectOf(plugin), matchArrangement);
+        const Spy spy(plugin.record->object, matchArrangement);
         answers[failing] = 0;
         VstSpeakerArrangement* to = &copy;
         EXPECT_EQ(plugin.call<bool>(matchArrangement, &to, &from), failing == none);

@@ -23,7 +23,7 @@ public:
     explicit RecordPlayer(auto effect) : plugin(effect) {}  // its record, or the entry point that makes it
     void setRate(float rate) override { plugin.setRate(rate); }
     void set(VstInt32 index, float value) override { plugin.set(index, value); }
-    void setProgram(VstInt32 program) override { plugin.dispatch(effSetProgram, 0, program); }
+    void setProgram(VstInt32 program) override { plugin.setProgram(program); }
     void process(double* samples, VstInt32 frames) override { plugin.process(samples, frames); }
 
 private:
@@ -34,17 +34,12 @@ private:
 class ClapPlayer final : public Player
 {
 public:
-    explicit ClapPlayer(const clap::Entry& entry) : instance(entry) {}
-    ~ClapPlayer() override
-    {
-        if (isActive)
-            instance.deactivate();
-    }
+    explicit ClapPlayer(const clap::Entry& entry) : instance(entry) { instance.activate(48000.0); }
+    ~ClapPlayer() override { instance.deactivate(); }
     void setRate(float rate) override
     {
-        if (isActive)
-            instance.deactivate();
-        isActive = instance.activate(static_cast<double>(rate));
+        instance.deactivate();
+        instance.activate(static_cast<double>(rate));
     }
     void set(VstInt32 index, float value) override
     {
@@ -63,7 +58,6 @@ public:
 private:
     ClapInstance instance;
     ClapEvents events;
-    bool isActive = false;
 };
 
 inline std::unique_ptr<Player> makePlayer(void* module)

@@ -47,23 +47,22 @@ std::vector<double> renderSession(Player& player)
 
 int main(int argc, char** argv)
 {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
     std::string module = WAIL_BUNDLE;
-    if (argc > 2 && argv[1] == std::string("--module")) {
-        module = argv[2];
-        argc -= 2;
-        argv += 2;
+    if (arguments.size() > 2 && arguments[0] == "--module") {
+        module = arguments[1];
+        arguments.erase(arguments.begin(), arguments.begin() + 2);
     }
     const std::vector<double> session = renderSession(*makePlayer(loadLibrary(module)));
     const auto size = static_cast<std::streamsize>(session.size() * sizeof(double));
-    if (argc == 2) {
-        std::ofstream file(argv[1], std::ios::binary);
+    std::fstream file(arguments.at(0),
+                      std::ios::binary | (arguments.size() == 1 ? std::ios::out : std::ios::in));
+    if (arguments.size() == 1) {
         file.write(reinterpret_cast<const char*>(session.data()), size);
         return file.flush() ? 0 : 1;
     }
     std::vector<double> other(session.size());
-    std::ifstream file(argc == 3 ? argv[1] : "", std::ios::binary);
-    if (!file.read(reinterpret_cast<char*>(other.data()), size) ||
-        file.peek() != std::ifstream::traits_type::eof())
+    if (!file.read(reinterpret_cast<char*>(other.data()), size) || file.peek() != EOF)
         return 2;
     double peak = 0.0, apart = 0.0;
     std::size_t differing = 0;
@@ -75,5 +74,5 @@ int main(int argc, char** argv)
     }
     std::cout << differing << " of " << session.size() << " samples differ, by at most " << apart << "; peak "
               << peak << '\n';
-    return apart <= std::stod(argv[2]) ? 0 : 1;
+    return apart <= std::stod(arguments[1]) ? 0 : 1;
 }
