@@ -2,7 +2,6 @@
 #include "tests/support/Allocations.h"
 #include "tests/support/ReferenceWail.h"
 #include "tests/support/Signals.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
@@ -20,12 +19,11 @@ constexpr float kRates[] = {22050.0f,  32000.0f,  44100.0f, 48000.0f, 88200.0f, 
 // An effect and the reference, whose host does the same to both.
 struct Twins {
     // rate: 0 for none yet.
-    explicit Twins(float rate = 0.0f, std::initializer_list<std::pair<VstInt32, float>> values = {})
+    explicit Twins(float rate, std::initializer_list<std::pair<VstInt32, float>> values = {})
     {
         for (const auto& [index, value] : values)
             set(index, value);
-        if (rate > 0.0f)
-            setRate(rate);
+        setRate(rate);
     }
     void set(VstInt32 index, float value)
     {
@@ -66,13 +64,13 @@ struct Twins {
 // Everything that a host may do to an effect between blocks. extreme: parameters are often at their upper end.
 void randomHostCalls(Random& random, Twins& twins, bool extreme)
 {
-    const float odd[] = {0.5f, NAN};  // of a switch
+    const float positions[] = {0.0f, 1.0f, 0.0f, 1.0f, 0.5f, NAN};  // of a switch
     for (VstInt32 index = 0, count = random.oneIn(3) ? 0 : 7; index < count; ++index) {
         const bool isSwitch = index == kOnOff || index == kInvert;
-        if (isSwitch && random.oneIn(6))
-            twins.set(index, random.oneIn(8) ? random.pick(odd) : static_cast<float>(random.oneIn(2)));
-        else if (!isSwitch && random.oneIn(2))
-            twins.set(index, extreme && random.oneIn(2) ? 1.0f : random.share());
+        if (random.oneIn(isSwitch ? 6 : 2))
+            twins.set(index, isSwitch                     ? random.pick(positions)
+                             : extreme && random.oneIn(2) ? 1.0f
+                                                          : random.share());
     }
     const float wild[] = {-0.5f, -1.0f, 1.25f, 30.0f, 3e38f, INFINITY, NAN};
     if (random.oneIn(20))
@@ -90,15 +88,13 @@ void randomHostCalls(Random& random, Twins& twins, bool extreme)
     if (random.oneIn(60))
         twins.setRate(random.pick(kRates));
 
-    // These change nothing.
     const float noRates[] = {0.0f, -48000.0f, 62.4f, 3072001.0f, INFINITY, NAN};
     const VstInt32 silent[] = {effStopProcess, effStartProcess, effMainsChanged, effSetBlockSize};
-    if (random.oneIn(40))
+    if (random.oneIn(20)) {  // these change nothing
         twins.plugin.setRate(random.pick(noRates));
-    if (random.oneIn(20))
         twins.plugin.dispatch(random.pick(silent));
-    if (random.oneIn(20))
         twins.plugin.process(nullptr, -5);
+    }
 }
 
 // A block from the source, at the level or far below, now and then with values that are no sound.
@@ -110,8 +106,9 @@ std::vector<double> blockOf(Random& random, const std::vector<double>& source, d
     const auto start = source.begin() + random.next() % (source.size() - 4096);
     if (random.oneIn(8))
         level = std::pow(10.0, -static_cast<double>(random.next() % 330));
-    std::vector<double> block;
-    std::transform(start, start + length, std::back_inserter(block), [level](double x) { return level * x; });
+    std::vector<double> block(start, start + length);
+    for (double& sample : block)
+        sample *= level;
     if (length > 0 && random.oneIn(20)) {  // a single value or a stretch, of one sign or of both
         const double value = random.pick(hostile);
         const std::size_t from = random.oneIn(3) ? 0 : random.next() % block.size();
@@ -144,7 +141,7 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         const bool loud = seed % 3 == 0;  // enough to drive the delay below one sample
         const Plugin neighbour;
         neighbour.setRate(kRates[seed % 5]);
-        Twins twins;
+        Twins twins(0.0f);
         twins.plugin.call<void>(slot::setInvert);   // nothing, until there is a rate
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy
         twins.set(static_cast<VstInt32>(seed % 7), seed % 2 == 0 ? -1.0f : NAN);

@@ -1,4 +1,3 @@
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>

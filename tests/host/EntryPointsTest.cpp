@@ -1,5 +1,4 @@
 #include "tests/support/Allocations.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>

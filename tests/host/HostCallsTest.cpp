@@ -1,6 +1,5 @@
 #include "host/K_TypeBase.h"
 #include "tests/support/Rows.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <map>

@@ -4,7 +4,6 @@
 #include "host/AEffEditor.h"
 #include "host/AudioEffect.h"
 #include "tests/support/Rows.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <array>

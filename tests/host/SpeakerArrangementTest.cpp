@@ -1,6 +1,5 @@
 #include "host/VstRecords.h"
 #include "tests/support/Allocations.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>

@@ -35,10 +35,8 @@ public:
         highpass = section(warped(80.0), 1.0, -1.0);
         lineLength = static_cast<std::size_t>(rate * 0.1);
         fade = static_cast<int>(std::floor(0.016 * rate));
-        onOff.last = programs[program][0];
-        invert.last = programs[program][5];
+        adoptSwitches();
         resume();
-        setInvert();
     }
 
     void resume() { line.assign(lineLength, 0.0); }
@@ -67,9 +65,7 @@ public:
         const FlushToZero flush;
         const std::array<float, 7>& values = programs[program];
         const auto& [pOnOff, pSense, pReso, pRange, pBalance, pInvert, pEnvelope] = values;
-        const auto isNew = [&](std::size_t index) {
-            return values[index] != std::exchange(mapped[index], values[index]);
-        };
+        const auto isNew = [&](std::size_t i) { return values[i] != std::exchange(mapped[i], values[i]); };
         if (isNew(1))
             to[0] = curve(pSense, 0.630957344, 3.16);
         if (isNew(2))
@@ -83,11 +79,8 @@ public:
         }
         if (isNew(6))
             release = std::pow(curve(pEnvelope, 0.9, 0.999908444471572), 48000.0 / fs);
-        if (std::exchange(first, false)) {
-            onOff.last = pOnOff;
-            invert.last = pInvert;
-            setInvert();
-        }
+        if (std::exchange(first, false))
+            adoptSwitches();
         if (pOnOff != onOff.last)
             onOff.state = 1;
         if (pInvert != invert.last && invert.state == 0)
@@ -110,8 +103,8 @@ public:
         for (const double x : input)
             output.push_back(sample(x, static_cast<double>(output.size())));
         if (!finite) {
-            const auto notFinite = [](double sample) { return !std::isfinite(sample); };
-            std::ranges::replace_if(output, notFinite, 0.0);
+            std::ranges::replace_if(
+                output, [](double y) { return !std::isfinite(y); }, 0.0);
             silence();
         }
         from = to;
@@ -119,6 +112,12 @@ public:
     }
 
 private:
+    void adoptSwitches()
+    {
+        onOff.last = programs[program][0];
+        invert.last = programs[program][5];
+        setInvert();
+    }
     void silence()
     {
         shelf.z1 = highpass.z1 = envelope = smoothed = 0.0;
