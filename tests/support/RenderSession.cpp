@@ -16,7 +16,7 @@ namespace
 
 // The input and the host's calls are the same on every machine: only exactly rounded arithmetic makes them. With this
 // seed, the mathematics libraries of the supported machines return different results for some settings.
-std::vector<double> renderSession(Player& player)
+std::vector<double> renderSession(const Plugin& player)
 {
     Random random{std::mt19937(43)};
     std::vector<double> session;
@@ -33,7 +33,7 @@ std::vector<double> renderSession(Player& player)
             const float value = random.share();
             player.set(index, index % 5 == 0 ? static_cast<float>(value > 0.5f) : value);
             if (random.oneIn(50))
-                player.setProgram(static_cast<VstInt32>(random.next() % 16));
+                player.setProgram(random.next() % 16);
             const std::size_t length = std::min<std::size_t>(random.next() % 128, samples.size() - at);
             player.process(samples.data() + at, static_cast<VstInt32>(length));
             at += length;
