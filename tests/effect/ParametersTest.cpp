@@ -36,7 +36,7 @@ TEST(Parameters, StartAtTheirDefaultsKeepWhateverTheHostSetsAndShowIt)
             plugin.call<void>(slot::getParameterDisplayOf, i, value, text);
             EXPECT_STREQ(text, isSwitch ? position : number);
             EXPECT_EQ(plugin.text(effGetParamDisplay, i), text);
-            const float kept = plugin.call<float>(slot::getParameter, i);
+            const auto kept = plugin.call<float>(slot::getParameter, i);
             EXPECT_EQ(std::bit_cast<VstInt32>(kept), std::bit_cast<VstInt32>(value));
         }
         VstParameterProperties expected{};

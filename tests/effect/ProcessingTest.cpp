@@ -144,21 +144,23 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
         Twins twins(0.0f);
         twins.plugin.call<void>(slot::setInvert);   // nothing, until there is a rate
         ASSERT_TRUE(twins.agreeOn(source, false));  // a copy
-        twins.set(static_cast<VstInt32>(seed % 7), seed % 2 == 0 ? -1.0f : NAN);
         twins.setRate(kRates[seed % 9]);
         for (int block = 0; block < 300; ++block) {
+            randomHostCalls(random, twins, loud);
+            if (block == 0)
+                twins.set(static_cast<VstInt32>(seed % 7), seed % 2 == 0 ? -1.0f : NAN);
             const std::vector<double> input = blockOf(random, source, loud ? 8.0 : 1.0);
             neighbour.set(static_cast<VstInt32>(random.next() % 7), random.share());
             std::vector<double> others = input;
             neighbour.process(others);
             ASSERT_TRUE(twins.agreeOn(input, random.oneIn(2))) << "seed " << seed << ", block " << block;
-            randomHostCalls(random, twins, loud);
         }
     }
 }
 
-// A loud square wave of the comb's own pitch brings the line to the end of the range of double; the overflow shows in
-// the output only later, within the block or in the next.
+// A loud square wave of the comb's own pitch, with a delay of 37 samples, brings the line to the end of the range of
+// double. The overflow shows in the output only later, within the block or in the next. A Balance far beyond its range
+// makes the output overflow, but not the line, and not to the end of the block.
 TEST(Processing, FindsAnOverflowHoweverLateItComes)
 {
     for (const std::size_t start : {0, 511}) {
@@ -168,10 +170,16 @@ TEST(Processing, FindsAnOverflowHoweverLateItComes)
             for (std::size_t i = 0; i < 511; ++i)
                 square[start + i] = i / 37 % 2 == 0 ? -peak : peak;
             const std::vector<double> silence(1024);
-            for (const auto& block :
-                 {{}, alternating(48000, 1.0), square, silence, silence})  // a delay of 37 samples
+            for (const auto& block : {{}, alternating(48000, 1.0), square, silence, silence})
                 ASSERT_TRUE(twins.agreeOn(block)) << peak;
         }
+    }
+    for (double peak = 1e275; peak < 1e280; peak *= 10.0) {
+        Twins twins(48000.0f, {{kBalance, 1e15f}});
+        std::vector<double> burst(2048);
+        std::fill_n(burst.begin(), 64, peak);
+        for (const auto& block : {{}, burst, std::vector<double>(2048)})
+            ASSERT_TRUE(twins.agreeOn(block)) << peak;
     }
 }
 

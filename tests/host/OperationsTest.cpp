@@ -51,12 +51,13 @@ auto notesOf(std::integer_sequence<int, places...>)
 class Spy
 {
 public:
-    Spy(void* object, int kept, std::size_t first = 0)
+    Spy(void* object, int kept, std::ptrdiff_t first = 0)
         : table(*static_cast<Operation**>(object)), original(table)
     {
-        std::copy_n(original - 2, 2, notes.begin() + first);  // what precedes the first slot of every table
-        notes.at(static_cast<std::size_t>(2 + kept)) = original[kept];
-        table = notes.data() + first + 2;
+        Operation* const spied = notes.data() + 2 + first;
+        std::copy_n(original - 2, 2, spied - 2);  // what precedes the first slot of every table
+        spied[kept] = original[kept];
+        table = spied;
         reached.clear();
         answers.clear();
     }
@@ -103,7 +104,7 @@ TEST(Operations, AreReachedByEveryRequestWithItsArguments)
             const bool isValid = opcode != effSetProgram || value < 16;
             EXPECT_EQ(reached, std::vector(isValid ? 1 : 0, called));
             const std::string kinds = "ivpIVkf";
-            const VstInt32 bits = std::bit_cast<VstInt32>(opt);
+            const auto bits = std::bit_cast<VstInt32>(opt);
             const VstInt32 sent[] = {index, low(value), low(ptr), index != 0, value != 0, key, bits};
             for (std::size_t k = 0; isValid && k < arguments.size(); ++k) {
                 const char kind = arguments[k];
