@@ -108,6 +108,10 @@ TEST(Operations, AreReachedByEveryRequestWithItsArguments)
             const VstInt32 sent[] = {index, low(value), low(ptr), index != 0, value != 0, key, bits};
             for (std::size_t k = 0; isValid && k < arguments.size(); ++k) {
                 const char kind = arguments[k];
+#ifdef _WIN32
+                if (kind == 'f')
+                    continue;  // in a register that depends on its place among the arguments
+#endif
                 const VstInt32 word = low(words[kind == 'f' && sizeof(void*) == 8 ? 4 : k]);
                 EXPECT_EQ(std::isupper(kind) ? word & 0xFF : word, sent[kinds.find(kind)]) << kind;
             }
