@@ -22,7 +22,7 @@ TEST(Loading, AHundredTimesLeavesNothingBehind)
             std::vector<double> samples = noise(480);
             plugin.process(samples);
         }
-        EXPECT_EQ(dlclose(bundle), 0);
+        EXPECT_TRUE(unloadLibrary(bundle));
         EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
         hostCalls = {};
     }

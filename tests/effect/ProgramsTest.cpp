@@ -1,4 +1,3 @@
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
@@ -7,25 +6,25 @@ TEST(Programs, StartAlikeAndNumbered)
 {
     const Plugin plugin;
     for (VstInt32 program = 15; program >= 0; --program) {
-        plugin.dispatch(effSetProgram, 0, program);
+        plugin.setProgram(program);
         EXPECT_EQ(plugin.text(effGetProgramName), "Init " + std::to_string(program + 1));
         EXPECT_EQ(plugin.text(effGetProgramNameIndexed, program), "Init");
         EXPECT_EQ(plugin.get(1), 0.84210527f);
     }
     for (const VstIntPtr program :
          {VstIntPtr{-1}, VstIntPtr{16}, (VstIntPtr{1} << (sizeof(VstIntPtr) * 8 - 2)) + 5})
-        plugin.dispatch(effSetProgram, 0, program);
-    for (const VstInt32 program : {-1, 16})
+        plugin.setProgram(program);
+    for (const VstInt32 program : {-1, 16}) {
         plugin.call<void>(slot::setProgram, program);  // past the dispatcher
+        EXPECT_EQ(plugin.text(effGetProgramNameIndexed, program), "untouched");
+    }
     EXPECT_EQ(plugin.dispatch(effGetProgram), 0);
-    for (const VstInt32 index : {-1, 16})
-        EXPECT_EQ(plugin.text(effGetProgramNameIndexed, index), "untouched");
 }
 
 TEST(Programs, KeepTwentyThreeCharactersOfAName)
 {
     const Plugin plugin;
-    plugin.dispatch(effSetProgram, 0, 15);  // the last record: a byte too many is out of bounds
+    plugin.setProgram(15);  // the last record: a byte too many is out of bounds
     for (const std::string name : {"Lead", "init", "Init ", "Init 2", ""}) {
         plugin.rename(name);
         EXPECT_EQ(plugin.text(effGetProgramName), name);

@@ -1,19 +1,13 @@
 #include "tests/support/Allocations.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
 
 #include <gtest/gtest.h>
-
-namespace
-{
 
 // Both entry points do the same, so every test holds for each.
 struct EntryPoints : testing::TestWithParam<const char*> {
     const EntryPoint make = entryPoint(GetParam());
 };
 INSTANTIATE_TEST_SUITE_P(Both, EntryPoints, testing::Values("getinterface", "KTypeIF"));
-
-}  // namespace
 
 TEST_P(EntryPoints, AskTheHostForItsVersionOnceAndAcceptAnyButZero)
 {
@@ -23,10 +17,6 @@ TEST_P(EntryPoints, AskTheHostForItsVersionOnceAndAcceptAnyButZero)
     hostAnswer = 1;
     EXPECT_EQ(hostCalls, (std::vector<HostCall>{{nullptr, audioMasterVersion}}));
     EXPECT_EQ(plugin.call<AEffect*>(slot::getAeffect), plugin.record);
-}
-
-TEST_P(EntryPoints, ReturnNullWithoutAHostThatWorks)
-{
     EXPECT_EQ(make(nullptr), nullptr);
     EXPECT_EQ(make([](auto...) -> VstIntPtr { return 0; }), nullptr);
     EXPECT_EQ(make([](auto...) -> VstIntPtr { throw 0; }), nullptr);
@@ -41,10 +31,9 @@ TEST_P(EntryPoints, ReturnNullAndLeaveNothingWhenMemoryRunsOut)
         asked = 0;
         const std::unique_ptr<K_TypeIF> interface(make([](auto...) -> VstIntPtr { return ++asked; }));
         EXPECT_EQ(asked, hasAny ? 1 : 0);  // not before the interface record exists
-        const bool isMade = interface != nullptr;
-        if (isMade)
+        if (interface != nullptr)
             Plugin(interface->aeffect);  // which closes it
-        return isMade;
+        return interface != nullptr;
     });
     EXPECT_GE(failures, 3);  // the interface record, the effect and its programs
     EXPECT_EQ(Allocations::live, before);

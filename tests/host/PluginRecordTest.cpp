@@ -1,8 +1,5 @@
 #include "tests/support/Rows.h"
-#include "tests/support/TableSlots.h"
 #include "tests/support/TestHost.h"
-
-#include <gtest/gtest.h>
 
 #include <iomanip>
 
@@ -29,7 +26,7 @@ TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
         VstIntPtr answer = 0;
         std::string text, buffer = untouched;
         fields >> opcode >> answer >> std::quoted(text);
-        plugin.dispatch(effSetProgram, 0, 2);
+        plugin.setProgram(2);
         EXPECT_EQ(plugin.dispatch(opcode, 1, 2, buffer.data(), 48000.0f), answer);
         if (opcode != effGetParameterProperties) {
             EXPECT_EQ(buffer.c_str(), text == "-" ? untouched : text);
@@ -40,8 +37,7 @@ TEST(PluginRecord, AnswersEveryOpcodeAndWritesOnlyTextsThatWereAskedFor)
     void* slots[] = {&slots, &slots};
     EXPECT_EQ(plugin.dispatch(effGetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&slots[0]), &slots[1]),
               0);
-    EXPECT_EQ(slots[0], nullptr);
-    EXPECT_EQ(slots[1], nullptr);
+    EXPECT_TRUE(slots[0] == nullptr && slots[1] == nullptr);
     for (VstInt32 opcode = effSetProgram; opcode <= effGetNumMidiOutputChannels; ++opcode)
         plugin.dispatch(opcode);  // null pointers are ignored
 }
@@ -79,15 +75,38 @@ TEST(PluginRecord, HoldsWhatTheSettersInTheTableStore)
 }
 
 // One jack each way with one signal, numbered from 0, and no dry input, also for a jack that does not exist.
-TEST(PluginRecord, DescribesItsJacksThroughTheExtension)
+TEST(PluginRecord, AnswersThroughTheTableAlone)
 {
     const Plugin plugin;
     plugin.call<void, void*>(slot::setListner, nullptr);
     plugin.call<void>(slot::setTime, 1.5f);
-    std::vector<VstInt32> answers;
-    for (const VstInt32 slot :
-         {slot::getNumOfInJacks, slot::getNumOfOutJacks, slot::getNumOfInSig, slot::getNumOfOutSig,
-          slot::getStartNumInSig, slot::getStartNumOutSig, slot::getDryInSigNum, slot::getHeaderVersion})
-        answers.push_back(plugin.call<VstInt32>(slot, VstInt32{5}));
-    EXPECT_EQ(answers, (std::vector{1, 1, 1, 1, 0, 0, -1, 1}));
+    plugin.dispatch(effSetBlockSize, 0, 333);
+    EXPECT_EQ(plugin.call<VstInt32>(slot::getBlockSize), 333);
+    plugin.call<void>(slot::setBlockSizeAndSampleRate, VstInt32{64}, 32000.0f);
+    EXPECT_EQ(plugin.call<VstInt32>(slot::getBlockSize), 64);
+    EXPECT_EQ(plugin.call<float>(slot::getSampleRate), 32000.0f);
+    forEachRow("table-answers.txt", [&](std::istream& fields) {
+        VstInt32 slot = 0, bits = 0, expected = 0;
+        fields >> slot >> bits >> expected;
+        const auto answer = static_cast<VstInt32>(plugin.call<VstIntPtr>(slot, VstIntPtr{5}, VstIntPtr{5}));
+        EXPECT_EQ(bits == 8 ? answer & 0xFF : answer, expected);
+    });
+}
+
+// What the helpers of the effect write over "untouched 0123456"; the durations are at the base's 44.1 kHz.
+TEST(PluginRecord, ShowsNumbersGainsPeriodsAndDurationsInTheSpaceGiven)
+{
+    const Plugin plugin;
+    forEachRow("value-texts.txt", [&](std::istream& fields) {
+        VstInt32 slot = 0, length = 0;
+        std::string value, expected;
+        fields >> slot >> value >> length >> std::quoted(expected);
+        char buffer[] = "untouched 0123456";
+        if (slot == slot::int2string)
+            plugin.call<void>(slot, VstInt32{std::stoi(value)}, buffer, length);
+        else
+            plugin.call<void>(slot, std::stof(value), buffer, length);
+        EXPECT_EQ(buffer, expected);
+        EXPECT_STREQ(buffer + length + 1, &"untouched 0123456"[length + 1]);
+    });
 }

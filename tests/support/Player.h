@@ -3,75 +3,60 @@
 #include "tests/adapters/ClapHost.h"
 #include "tests/support/TestHost.h"
 
-// An instance of any module, whatever its interface.
-class Player
+// A CLAP instance behind a record, so that tests drive every module alike. CLAP has no programs, so setting one does
+// nothing.
+class ClapEffect
 {
 public:
-    Player() = default;
-    Player(const Player&) = delete;
-    virtual ~Player() = default;
+    explicit ClapEffect(const clap::Entry& entry) : instance(entry)
+    {
+        instance.activate(48000.0);
+        record.object = this;
+        record.dispatcher = dispatch;
+        record.setParameter = [](AEffect* effect, VstInt32 index, float value) {
+            of(effect).events.push_back(valueEvent(static_cast<clap::Id>(index), static_cast<double>(value)));
+        };
+        record.processDoubleReplacing = [](AEffect* effect, double** inputs, double** outputs,
+                                           VstInt32 frames) {
+            of(effect).process(inputs[0], outputs[0], static_cast<std::size_t>(frames));
+        };
+    }
 
-    virtual void setRate(float rate) = 0;
-    virtual void set(VstInt32 index, float value) = 0;
-    virtual void setProgram(VstInt32 program) = 0;
-    virtual void process(double* samples, VstInt32 frames) = 0;  // in place
-};
-
-class RecordPlayer final : public Player
-{
-public:
-    explicit RecordPlayer(auto effect) : plugin(effect) {}  // its record, or the entry point that makes it
-    void setRate(float rate) override { plugin.setRate(rate); }
-    void set(VstInt32 index, float value) override { plugin.set(index, value); }
-    void setProgram(VstInt32 program) override { plugin.dispatch(effSetProgram, 0, program); }
-    void process(double* samples, VstInt32 frames) override { plugin.process(samples, frames); }
+    AEffect record{};
 
 private:
-    const Plugin plugin;
-};
-
-// CLAP has no programs, so setting one does nothing.
-class ClapPlayer final : public Player
-{
-public:
-    explicit ClapPlayer(const clap::Entry& entry) : instance(entry) {}
-    ~ClapPlayer() override
+    static ClapEffect& of(AEffect* effect) { return *static_cast<ClapEffect*>(effect->object); }
+    static VstIntPtr dispatch(AEffect* effect, VstInt32 opcode, VstInt32 /*index*/, VstIntPtr /*value*/,
+                              void* /*ptr*/, float opt)
     {
-        if (isActive)
-            instance.deactivate();
+        if (opcode == effSetSampleRate || opcode == effClose)
+            of(effect).instance.deactivate();
+        if (opcode == effSetSampleRate)
+            of(effect).instance.activate(static_cast<double>(opt));
+        if (opcode == effClose)
+            delete &of(effect);
+        return 0;
     }
-    void setRate(float rate) override
-    {
-        if (isActive)
-            instance.deactivate();
-        isActive = instance.activate(static_cast<double>(rate));
-    }
-    void set(VstInt32 index, float value) override
-    {
-        events.push_back(valueEvent(static_cast<clap::Id>(index), static_cast<double>(value)));
-    }
-    void setProgram(VstInt32 /*program*/) override {}
-    void process(double* samples, VstInt32 frames) override
+    void process(const double* input, double* output, std::size_t frames)
     {
         if (frames == 0)
             instance.flush(events);
         else
-            instance.process(samples, samples, static_cast<std::size_t>(frames), events);
+            instance.process(input, output, frames, events);
         events.clear();
     }
 
-private:
     ClapInstance instance;
     ClapEvents events;
-    bool isActive = false;
 };
 
-inline std::unique_ptr<Player> makePlayer(void* module)
+// An instance of a module, which may have the entry point of any plug-in interface.
+inline std::unique_ptr<Plugin> makePlayer(void* module)
 {
     if (void* const entry = findSymbol(module, "clap_entry"))
-        return std::make_unique<ClapPlayer>(*static_cast<const clap::Entry*>(entry));
+        return std::make_unique<Plugin>(&(new ClapEffect(*static_cast<const clap::Entry*>(entry)))->record);
     if (void* const make = findSymbol(module, "VSTPluginMain"))
-        return std::make_unique<RecordPlayer>(
+        return std::make_unique<Plugin>(
             reinterpret_cast<AEffect* (*)(audioMasterCallback)>(make)(hostCallback));
-    return std::make_unique<RecordPlayer>(entryPoint("getinterface", module));
+    return std::make_unique<Plugin>(entryPoint("getinterface", module));
 }

@@ -22,38 +22,50 @@ public:
     {
         if (rate == fs)
             return;
+        const ReferenceWail old = std::exchange(*this, {});
+        programs = old.programs;
+        program = old.program;
+        first = old.first;
         fs = rate;
-        line.assign(static_cast<std::size_t>(rate * 0.1), 0.0);
-        written = 0;
-        envelope = smoothed = 0.0;
-        from = to = {};
-        mapped.fill(-1.0f);
-        release = 0.9;
-        wasStable = true;
         const auto warped = [rate](double f) {
             return std::tan(3.141592653589794 * std::min(f, 0.5 * rate) / rate);
         };
         const double V = 1.0 / std::pow(10.0, -9.0 / 20.0);
         shelf = section(warped(90.0), warped(90.0) + V, warped(90.0) - V);
         highpass = section(warped(80.0), 1.0, -1.0);
-        invertSweep();
+        lineLength = static_cast<std::size_t>(rate * 0.1);
         fade = static_cast<int>(std::floor(0.016 * rate));
-        onOff = {.last = programs[program][0]};
-        invert = {.last = programs[program][5]};
+        adoptSwitches();
+        resume();
     }
 
-    void resume() { line.assign(line.size(), 0.0); }
+    void resume() { line.assign(lineLength, 0.0); }
+
+    void setInvert()
+    {
+        if (fs == 0.0)
+            return;
+        applied = programs[program][5];
+        const auto [b, d, low, freq] = applied == 1.0f
+                                           ? std::array{0.0003125, 0.001833333333, 0.25, 5.1498405}
+                                           : std::array{0.001458333333, 0.001458333333, 0.75, 2.726345};
+        base = fs * b;
+        depth = fs * d;
+        rangeLow = low;
+        to[1] = curve(programs[program][3], rangeLow, 1.0, 0.5);
+        const double g = 0.5011872337;
+        const double cs = std::cos(3.141592653589794 * 2.0 * freq / fs);
+        pole = ((g * cs - 1.0) + std::sqrt(((cs - 1.0) * g) * ((g * cs - 2.0) + g))) / -0.4988127663;
+    }
 
     std::vector<double> process(const std::vector<double>& input)
     {
-        if (line.empty())
+        if (fs == 0.0)
             return input;
         const FlushToZero flush;
         const std::array<float, 7>& values = programs[program];
         const auto& [pOnOff, pSense, pReso, pRange, pBalance, pInvert, pEnvelope] = values;
-        const auto isNew = [&](std::size_t index) {
-            return values[index] != std::exchange(mapped[index], values[index]);
-        };
+        const auto isNew = [&](std::size_t i) { return values[i] != std::exchange(mapped[i], values[i]); };
         if (isNew(1))
             to[0] = curve(pSense, 0.630957344, 3.16);
         if (isNew(2))
@@ -67,11 +79,8 @@ public:
         }
         if (isNew(6))
             release = std::pow(curve(pEnvelope, 0.9, 0.999908444471572), 48000.0 / fs);
-        if (std::exchange(first, false)) {
-            onOff.last = pOnOff;
-            invert.last = pInvert;
-            invertSweep();
-        }
+        if (std::exchange(first, false))
+            adoptSwitches();
         if (pOnOff != onOff.last)
             onOff.state = 1;
         if (pInvert != invert.last && invert.state == 0)
@@ -91,12 +100,11 @@ public:
         wasStable = input.empty() ? wasStable : stable;
         finite = true;
         std::vector<double> output;
-        output.reserve(input.size());
         for (const double x : input)
             output.push_back(sample(x, static_cast<double>(output.size())));
         if (!finite) {
-            const auto notFinite = [](double sample) { return !std::isfinite(sample); };
-            std::ranges::replace_if(output, notFinite, 0.0);
+            std::ranges::replace_if(
+                output, [](double y) { return !std::isfinite(y); }, 0.0);
             silence();
         }
         from = to;
@@ -104,6 +112,12 @@ public:
     }
 
 private:
+    void adoptSwitches()
+    {
+        onOff.last = programs[program][0];
+        invert.last = programs[program][5];
+        setInvert();
+    }
     void silence()
     {
         shelf.z1 = highpass.z1 = envelope = smoothed = 0.0;
@@ -123,7 +137,7 @@ private:
     };
     struct Switch {
         int state = 0, position = 0;
-        float last;
+        float last = 0.0f;
         double gain = 1.0;
 
         // Sets the gain of this sample, then the state of the next.
@@ -148,7 +162,7 @@ private:
         onOff.advance(fade);
         invert.advance(fade);
         if (invert.gain <= 0.0)
-            invertSweep();
+            setInvert();
         if (wasFadingIn && invert.state == 0 && pInvert != applied && !std::isnan(pInvert))
             invert.state = 1;
 
@@ -158,16 +172,13 @@ private:
         smoothed = pole * smoothed + (1.0 - pole) * envelope;
         const double p = base + depth * ((applied == 1.0f ? smoothed : 0.0 - smoothed) * glided(1));
 
-        const auto length = static_cast<std::int64_t>(line.size());
-        const double delay = p > 0.0 ? std::min(p, static_cast<double>(length - 1)) : 0.0;
-        const auto D = static_cast<std::int64_t>(delay);
-        const auto back = [&](std::int64_t samples) {  // 0: the entry about to be written, the oldest
-            return line[static_cast<std::size_t>((written - samples + 2 * length) % length)];
-        };
+        const double delay = p > 0.0 ? std::min(p, static_cast<double>(lineLength - 1)) : 0.0;
+        const auto D = static_cast<std::size_t>(delay);
+        const auto back = [this](std::size_t k) { return line[line.size() - (k == 0 ? lineLength : k)]; };
         const double y = back(D) + (back(D + 1) - back(D)) * (delay - static_cast<double>(D));
         const double wet = glided(3) * x + glided(4) * (x - 1.5 * y);
         const double v = x - glided(2) * y;
-        line[static_cast<std::size_t>(written++ % length)] = v;
+        line.push_back(v);
         const double output = on == 1.0f ? invert.gain * onOff.gain * wet : onOff.gain * x;
         for (const double signal : {x, shelf.z1, highpass.z1, envelope, smoothed, v, output})
             finite = finite && std::isfinite(signal);
@@ -184,31 +195,17 @@ private:
         const auto f = static_cast<float>(std::pow(static_cast<double>(p), exponent));
         return static_cast<float>(atZero) + f * static_cast<float>(atOne - atZero);
     }
-    void invertSweep()
-    {
-        applied = programs[program][5];
-        const auto [b, d, low, freq] = applied == 1.0f
-                                           ? std::array{0.0003125, 0.001833333333, 0.25, 5.1498405}
-                                           : std::array{0.001458333333, 0.001458333333, 0.75, 2.726345};
-        base = fs * b;
-        depth = fs * d;
-        rangeLow = low;
-        to[1] = curve(programs[program][3], rangeLow, 1.0, 0.5);
-        const double g = 0.5011872337;
-        const double cs = std::cos(3.141592653589794 * 2.0 * freq / fs);
-        pole = ((g * cs - 1.0) + std::sqrt(((cs - 1.0) * g) * ((g * cs - 2.0) + g))) / -0.4988127663;
-    }
-
-    double fs = 0.0;
+    double fs = 0.0;  // 0: none yet
     bool first = true, finite = true, wasStable = true;
     int fade = 0;
-    Switch onOff{}, invert{};
+    Switch onOff, invert;
     Section shelf{}, highpass{};
     std::array<double, 5> from{}, step{}, to{};  // sense, range, reso, dry, wet
-    std::array<float, 7> mapped{};               // the values that the last blocks had
-    double release = 0.0, envelope = 0.0, smoothed = 0.0, pole = 0.0;
+    std::array<float, 7> mapped{-1.0f, -1.0f, -1.0f, -1.0f,
+                                -1.0f, -1.0f, -1.0f};  // values of the last blocks
+    double release = 0.9, envelope = 0.0, smoothed = 0.0, pole = 0.0;
     double base = 0.0, depth = 0.0, rangeLow = 0.0;
     float applied = 0.0f;
-    std::vector<double> line;
-    std::int64_t written = 0;
+    std::vector<double> line;  // all that was ever written to it, of which the last lineLength entries count
+    std::size_t lineLength = 0;
 };

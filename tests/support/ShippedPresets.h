@@ -1,8 +1,7 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <bit>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -26,11 +25,9 @@ inline std::map<std::string, ShippedPreset> shippedPresets()
         const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
         ShippedPreset& preset = presets[entry.path().stem().string()];
         preset.name = bytes.substr(28, bytes.find('\0', 28) - 28);
-        for (std::size_t i = 0; i < 4 * preset.values.size(); i += 4) {
-            std::uint32_t bigEndian = 0;
-            for (const char byte : bytes.substr(56 + i, 4))
-                bigEndian = bigEndian << 8 | static_cast<unsigned char>(byte);
-            preset.values[i / 4] = std::bit_cast<float>(bigEndian);
+        for (std::size_t i = 0; i < preset.values.size(); ++i) {
+            const auto bigEndian = bytes.begin() + 56 + 4 * i;
+            std::reverse_copy(bigEndian, bigEndian + 4, reinterpret_cast<char*>(&preset.values[i]));
         }
     }
     return presets;

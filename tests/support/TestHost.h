@@ -37,6 +37,26 @@ inline EntryPoint entryPoint(const char* name, void* bundle = loadLibrary(WAIL_B
     return reinterpret_cast<EntryPoint>(findSymbol(bundle, name));
 }
 
+// The slots of the effect object's table that the tests' code names: the vendor's host calls virtual operations by
+// their slots. Tables of the tests have more.
+namespace slot
+{
+// clang-format off
+enum Slot : int {
+    none = -1, deleteObject = 1, dispatcher = 2, close = 4, suspend = 5, resume = 6, processReplacing = 9,
+    processDoubleReplacing = 10, setParameter = 11, getParameter = 12, setParameterAutomated = 13,
+    setProgram = 15, setUniqueID = 23, setNumInputs = 24, setNumOutputs = 25, setInitialDelay = 29,
+    getEditor = 30, getAeffect = 31, getSampleRate = 32, getBlockSize = 33, getMasterVersion = 34,
+    int2string = 43, process = 44, setRealtimeQualities = 49, setOfflineQualities = 50,
+    updateSampleRate = 62, updateBlockSize = 63, hostVendorSpecific = 86, canDo = 98,
+    openFileSelector = 108, closeFileSelector = 109, allocateArrangement = 111, deallocateArrangement = 112,
+    copySpeaker = 113, matchArrangement = 114, wantEvents = 125, setOutputSamplerate = 141,
+    setBlockSizeAndSampleRate = 146, getChunkFile = 152, setListner = 160, getParameterDisplayOf = 161,
+    setTime = 163, setInvert = 164
+};
+// clang-format on
+}  // namespace slot
+
 // An effect, driven through its record and its table alone. Closes it in the end.
 class Plugin
 {
@@ -55,6 +75,7 @@ public:
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
     void setRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
+    void setProgram(VstIntPtr program) const { dispatch(effSetProgram, 0, program); }
     void set(VstInt32 index, float value) const { record->setParameter(record, index, value); }
     float get(VstInt32 index) const { return record->getParameter(record, index); }
     void rename(std::string name) const { dispatch(effSetProgramName, 0, 0, name.data()); }
