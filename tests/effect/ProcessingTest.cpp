@@ -120,15 +120,6 @@ std::vector<double> blockOf(Random& random, const std::vector<double>& source, d
     return block;
 }
 
-// The highest frequency, as loud as the envelope can follow and therefore at its full sweep in the end.
-std::vector<double> alternating(std::size_t length, double peak)
-{
-    std::vector<double> samples(length, peak);
-    for (std::size_t i = 0; i < length; i += 2)
-        samples[i] = -peak;
-    return samples;
-}
-
 }  // namespace
 
 // Random calls, values and blocks, with a second instance running beside it. Before the first block, -1 counts as
@@ -158,22 +149,9 @@ TEST(Processing, GivesTheReferencesBitsWhateverTheHostDoes)
     }
 }
 
-// A loud square wave of the comb's own pitch, with a delay of 37 samples, brings the line to the end of the range of
-// double. The overflow shows in the output only later, within the block or in the next. A Balance far beyond its range
-// makes the output overflow, but not the line, and not to the end of the block.
-TEST(Processing, FindsAnOverflowHoweverLateItComes)
+// A Balance far beyond its range makes the output overflow, but neither the line, nor the output to the block's end.
+TEST(Processing, FindsAnOverflowThatIsOverBeforeTheBlockEnds)
 {
-    for (const std::size_t start : {0, 511}) {
-        for (double peak = 1e307; peak < 3e307; peak *= 1.02) {
-            Twins twins(48000.0f, {{kSense, 0.0f}, {kRange, 0.0f}, {kReso, 1.0f}, {kInvert, 1.0f}});
-            std::vector<double> square(1024);
-            for (std::size_t i = 0; i < 511; ++i)
-                square[start + i] = i / 37 % 2 == 0 ? -peak : peak;
-            const std::vector<double> silence(1024);
-            for (const auto& block : {{}, alternating(48000, 1.0), square, silence, silence})
-                ASSERT_TRUE(twins.agreeOn(block)) << peak;
-        }
-    }
     for (double peak = 1e275; peak < 1e280; peak *= 10.0) {
         Twins twins(48000.0f, {{kBalance, 1e15f}});
         std::vector<double> burst(2048);
@@ -187,7 +165,10 @@ TEST(Processing, FindsAnOverflowHoweverLateItComes)
 TEST(Processing, ReadsWhatItHasJustWrittenWhileValuesMove)
 {
     Twins twins(48000.0f, {{kSense, 1.0f}, {kEnvelope, 1.0f}});
-    ASSERT_TRUE(twins.agreeOn(alternating(48000, 1.9)));
+    std::vector<double> steady(48000, 1.9);
+    for (std::size_t i = 0; i < steady.size(); i += 2)
+        steady[i] = -1.9;
+    ASSERT_TRUE(twins.agreeOn(steady));
     for (float range = 0.68f; range < 0.89f; range += 0.0011f) {
         twins.set(kRange, range);
         ASSERT_TRUE(twins.agreeOn(noise(64, 1.9))) << range;
