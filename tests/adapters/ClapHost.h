@@ -63,7 +63,7 @@ public:
         std::string bytes;
         const clap::OutputStream stream{&bytes, [](auto* self, const void* from, std::uint64_t size) {
                                             const auto* first = static_cast<const char*>(from);
-                                            const std::uint64_t taken = size / 2 + 1;
+                                            const auto taken = static_cast<std::size_t>(size / 2 + 1);
                                             static_cast<std::string*>(self->context)->append(first, taken);
                                             return static_cast<std::int64_t>(taken);
                                         }};
@@ -71,12 +71,13 @@ public:
     }
     bool load(std::string bytes) const
     {
-        const clap::InputStream stream{&bytes, [](auto* self, void* to, std::uint64_t size) {
-                                           auto& left = *static_cast<std::string*>(self->context);
-                                           const auto given = left.copy(static_cast<char*>(to), size / 2 + 1);
-                                           left.erase(0, given);
-                                           return static_cast<std::int64_t>(given);
-                                       }};
+        const clap::InputStream stream{
+            &bytes, [](auto* self, void* to, std::uint64_t size) {
+                auto& left = *static_cast<std::string*>(self->context);
+                const auto given = left.copy(static_cast<char*>(to), static_cast<std::size_t>(size / 2 + 1));
+                left.erase(0, given);
+                return static_cast<std::int64_t>(given);
+            }};
         return ask<clap::State>(clap::kState).load(plugin, &stream);
     }
     bool loadPreset(const char* key, std::uint32_t kind = clap::kInPlugin) const
