@@ -18,9 +18,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-// Writers into a pipe that do not know the length put a number of bytes into the header that is this or more.
-constexpr double kUnknownBytes = 0x7ffe0000;
-
 // Ogg codecs keep surround channels in an order of their own; these restore that of WAV and FLAC.
 // Source: Vorbis I, section 4.3.9; RFC 7845, section 5.1.1.2; RFC 9639, section 9.1.3.
 const std::array<std::vector<std::size_t>, 5> kOggOrders{
@@ -34,11 +31,15 @@ std::vector<std::size_t> channelOrder(const SF_INFO& info)
     return containerOf(info.format) == SF_FORMAT_OGG && ogg != kOggOrders.end() ? *ogg : order;
 }
 
-// The length in a header; none if it does not tell.
+// The length in a header; none if it does not tell. Writers into a pipe that do not know the length claim nearly
+// 2 or 4 GB, and containers without a length are endless.
 std::optional<std::int64_t> framesInHeader(const SF_INFO& info)
 {
-    return info.frames > 0 && audioBytes(info) < kUnknownBytes ? std::optional<std::int64_t>(info.frames)
-                                                               : std::nullopt;
+    constexpr double k2GB = 0x80000000, k4GB = 2.0 * k2GB, kNearly = 0x20000, kEndless = 1e15;
+    const double bytes = audioBytes(info);
+    const auto isNearly = [bytes](double limit) { return bytes >= limit - kNearly && bytes <= limit; };
+    const bool isUnknown = bytes <= 0.0 || bytes > kEndless || isNearly(k2GB) || isNearly(k4GB);
+    return isUnknown ? std::nullopt : std::optional<std::int64_t>(info.frames);
 }
 
 // libsndfile corrects the length of W64 audio silently. The header has that of the whole file, in bytes.
@@ -74,8 +75,12 @@ AudioInput::AudioInput(fs::path path)
     knownFrames = framesInHeader(info);
     if (isFile)
         openFile();
+    else if (stream.isEmpty())
+        throw Error("cannot read {} as audio: it is empty", name());
     else if (sound == nullptr || !stopsAtEnd(info.format))
-        throw Error("cannot read {} from a pipe: it is not WAV, AU or FLAC; save it to a file first", name());
+        throw Error("cannot read {} from a pipe: only WAV, AU and FLAC stream, without block codecs; save it "
+                    "to a file first",
+                    name());
     order = channelOrder(info);
 }
 
@@ -86,7 +91,8 @@ void AudioInput::openFile()
     SF_INFO whole{};
     SoundFile opened(sf_open(file == "-" ? "/dev/stdin" : file.c_str(), SFM_READ, &whole), sf_close);
     if (opened == nullptr && sound == nullptr)
-        throw Error("cannot read {} as audio: {}", name(), reasonOf(nullptr));
+        throw Error("cannot read {} as audio: {}; convert it to WAV or FLAC first", name(),
+                    reasonOf(nullptr));
     if (opened == nullptr || (whole.frames == 0 && sound != nullptr))
         return;  // it is damaged, or its header does not tell the length: the stream goes on
     const std::int64_t promised = knownFrames.value_or(0);
@@ -103,10 +109,9 @@ void AudioInput::checkLength(std::int64_t found, std::int64_t promised)
     cutOff = true;
     // The length of MPEG audio is an estimate.
     if (isFile && containerOf(info.format) != SF_FORMAT_MPEG)
-        throw Error(
-            "cannot read all of {}: it ends before the length in its header; if that is all there is, "
-            "pipe it: cat FILE | wail render -",
-            name());
+        throw Error("cannot read all of {}: it ends before the length in its header{}", name(),
+                    stopsAtEnd(info.format) ? "; if that is all there is, pipe it: cat FILE | wail render -"
+                                            : "");
 }
 
 void AudioInput::selectChannel(int channel)

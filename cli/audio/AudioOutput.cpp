@@ -48,7 +48,7 @@ sf_count_t seekIn(sf_count_t offset, int whence, void* file)
 sf_count_t writeTo(const void* bytes, sf_count_t count, void* file)
 {
     const std::span data(static_cast<const char*>(bytes), static_cast<std::size_t>(count));
-    if (!fileOf(file).isStream() || fileOf(file).size() > 0)
+    if (!fileOf(file).isStream() || fileOf(file).tell() > 0)
         return fileOf(file).write(data) ? count : 0;
     std::vector<char> header(data.begin(), data.end());
     markLengthUnknown(header);
@@ -80,7 +80,7 @@ SF_INFO chooseFormat(const std::filesystem::path& path, const AudioInput& input,
 {
     SF_INFO info = input.format();
     info.frames = settings.expectedFrames.value_or(0);
-    return outputFormat(settings.format, path, info, !channelLayout(input.handle(), info.channels).empty());
+    return outputFormat(settings.format, path, info, !channelLayout(input.handle()).empty());
 }
 
 }  // namespace
@@ -109,6 +109,7 @@ void AudioOutput::write(std::span<const double> samples)
     const sf_count_t written = isFloatingPoint(info.format)
                                    ? sf_write_double(sound.get(), samples.data(), count)
                                    : writeIntegers(samples);
+    file.flush();
     file.check();
     if (written != count)
         throw Error("cannot write {}: {}", file.name(), reasonOf(sound.get()));

@@ -34,16 +34,19 @@ sf_count_t readFully(int descriptor, char* bytes, sf_count_t count)
 // largest length makes it read to the end. If the RIFF chunk is longer than this header, the data are empty.
 void repairWavLength(std::vector<char>& head)
 {
-    using std::string_view_literals::operator""sv;
-    static_assert(std::endian::native == std::endian::little);  // as the length is
+    static_assert(std::endian::native == std::endian::little);  // as the lengths are
     constexpr std::uint32_t kUnknown = 0x7ffe0000;              // or more
+    const auto lengthOf = [&head](std::size_t chunk) {
+        std::uint32_t length = 0;
+        std::memcpy(&length, head.data() + chunk + 4, sizeof length);
+        return length;
+    };
     const std::string_view text(head.data(), head.size());
-    const std::size_t data = text.find("data\0\0\0\0"sv);
-    if (!text.starts_with("RIFF") || data == std::string_view::npos)
-        return;
-    std::uint32_t riffLength = 0;
-    std::memcpy(&riffLength, head.data() + 4, sizeof riffLength);
-    if (riffLength <= data || riffLength >= kUnknown)
+    std::size_t data = 12;
+    while (data + 8 <= head.size() && text.substr(data, 4) != "data")
+        data += 8 + std::size_t{lengthOf(data)} + lengthOf(data) % 2;
+    if (text.starts_with("RIFF") && data + 8 <= head.size() && lengthOf(data) == 0 &&
+        (lengthOf(0) <= data || lengthOf(0) >= kUnknown))
         std::fill_n(head.data() + data + 4, 4, '\xff');
 }
 

@@ -17,6 +17,8 @@ public:
     // Opens the stream with libsndfile; returns null if it cannot be read from front to back. Call once.
     SNDFILE* open(SF_INFO* info);
 
+    bool isEmpty() const { return head.empty(); }  // known once it was opened
+
     // What libsndfile calls. Fewer bytes than asked for mean the end, or an error, which counts as the end.
     sf_count_t read(char* bytes, sf_count_t count);
     sf_count_t seek(sf_count_t offset, int whence);

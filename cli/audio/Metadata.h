@@ -9,7 +9,7 @@
 // What describes audio besides its samples.
 
 // The places of the channels, such as left and centre, as libsndfile numbers them; empty if they have none.
-std::vector<int> channelLayout(SNDFILE* sound, int channels);
+std::vector<int> channelLayout(SNDFILE* sound);
 
 // An output, and the part of its input that it begins with.
 struct MetadataTarget {

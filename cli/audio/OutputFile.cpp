@@ -96,6 +96,8 @@ void OutputFile::openTemporary()
 {
     path = followLinks(path);
     std::error_code ignored;
+    if (fs::is_symlink(path, ignored))
+        fail(ELOOP);
     if (fs::exists(path, ignored) && access(path.c_str(), W_OK) != 0)
         return;
     const fs::path folder = path.parent_path();
@@ -104,7 +106,7 @@ void OutputFile::openTemporary()
         fail(ENAMETOOLONG);
     temporary[pattern.copy(temporary, pattern.size())] = '\0';
     descriptor = mkstemp(temporary);
-    if (descriptor < 0 && errno == ENOENT)
+    if (descriptor < 0 && !fs::exists(folder.empty() ? "." : folder, ignored))
         throw Error("cannot write {}: there is no folder {}; make it first", name(), folder.string());
     if (descriptor < 0)
         return;
@@ -123,26 +125,43 @@ OutputFile::~OutputFile()
     close(descriptor);
 }
 
-bool OutputFile::write(std::span<const char> bytes) noexcept
+bool OutputFile::write(std::span<const char> bytes)
 {
-    if (isStream() && position < end) {  // libsndfile completes a header
-        const auto passed = std::min(bytes.size(), static_cast<std::size_t>(end - position));
-        bytes = bytes.subspan(passed);
-        position += static_cast<off_t>(passed);
+    if (isStream()) {
+        const off_t flushed = end - std::ssize(waiting);
+        const auto tooLate =
+            static_cast<std::size_t>(std::clamp<off_t>(flushed - position, 0, std::ssize(bytes)));
+        const auto place = static_cast<std::size_t>(std::max(position, flushed) - flushed);
+        waiting.resize(std::max(waiting.size(), place + bytes.size() - tooLate));
+        std::ranges::copy(bytes.subspan(tooLate), waiting.begin() + static_cast<std::ptrdiff_t>(place));
+        end = flushed + std::ssize(waiting);
+    } else {
+        writeNow(bytes, origin + position);
+        end = std::max(end, position + std::ssize(bytes));
     }
+    position += std::ssize(bytes);
+    return error == 0;
+}
+
+void OutputFile::flush() noexcept
+{
+    writeNow(waiting, 0);
+    waiting.clear();
+}
+
+// place: ignored by streams.
+void OutputFile::writeNow(std::span<const char> bytes, off_t place) noexcept
+{
     while (!bytes.empty() && error == 0) {
-        const ssize_t written = isStream()
-                                    ? ::write(descriptor, bytes.data(), bytes.size())
-                                    : pwrite(descriptor, bytes.data(), bytes.size(), origin + position);
+        const ssize_t written = isStream() ? ::write(descriptor, bytes.data(), bytes.size())
+                                           : pwrite(descriptor, bytes.data(), bytes.size(), place);
         if (written < 0) {
             error = errno == EINTR ? 0 : errno;
             continue;
         }
         bytes = bytes.subspan(static_cast<std::size_t>(written));
-        position += written;
-        end = std::max(end, position);
+        place += written;
     }
-    return error == 0;
 }
 
 void OutputFile::check() const
@@ -155,6 +174,7 @@ void OutputFile::check() const
 
 void OutputFile::commit()
 {
+    flush();
     check();
     if (seekable)
         lseek(descriptor, origin + end, SEEK_SET);  // later writers to standard output append

@@ -5,6 +5,7 @@
 #include <exception>
 #include <filesystem>
 #include <span>
+#include <vector>
 
 // The reader of standard output has closed it because it needs no more, which is not an error.
 class ClosedPipe : public std::exception
@@ -27,9 +28,10 @@ public:
     // True if bytes once written cannot be changed.
     bool isStream() const { return !seekable; }
 
-    // Writes at the position and advances it. Returns false after the first error, which check() reports. A
-    // stream ignores what would change earlier bytes.
-    bool write(std::span<const char> bytes) noexcept;
+    // Writes at the position and advances it. Returns false after the first error, which check() reports.
+    // What goes to a stream waits for flush(), which is the last moment to change it.
+    bool write(std::span<const char> bytes);
+    void flush() noexcept;
     void seek(off_t newPosition) noexcept { position = newPosition; }
     off_t tell() const { return position; }  // bytes from the beginning
     off_t size() const { return end; }       // bytes
@@ -45,6 +47,7 @@ public:
 
 private:
     [[noreturn]] void fail(int errorNumber) const;
+    void writeNow(std::span<const char> bytes, off_t place) noexcept;
     void openTemporary();
 
     std::filesystem::path path;
@@ -54,7 +57,8 @@ private:
     off_t origin = 0;  // of the first byte, in the descriptor
     off_t position = 0;
     off_t end = 0;
-    int error = 0;  // errno of the first write that failed
+    int error = 0;              // errno of the first write that failed
+    std::vector<char> waiting;  // of a stream: its last bytes, up to end
 };
 
 // True for "-" and for anything that exists and is not a regular file, such as a pipe.

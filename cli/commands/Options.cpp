@@ -70,3 +70,17 @@ std::string describePeak(double peak)
 {
     return peak > 0.0 ? fmt::format("peak {:.1f} dBFS", 20.0 * std::log10(peak)) : "silent";
 }
+
+std::string plural(std::int64_t number, const std::string& noun)
+{
+    return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
+}
+
+void printWarnings(const AudioInput& input)
+{
+    if (input.wasCutOff())
+        printLine(stderr, fmt::format("warning: {} ends before the length in its header", input.name()));
+    if (input.nonFiniteSamples() > 0)
+        printLine(stderr, fmt::format("warning: {} holds {} not finite", input.name(),
+                                      plural(input.nonFiniteSamples(), "sample")));
+}

@@ -56,5 +56,11 @@ struct RenderOptions {
 };
 void addRenderOptions(CLI::App& command, RenderOptions& options);
 
+// "1 sample", "2 samples".
+std::string plural(std::int64_t number, const std::string& noun);
+
+// Prints what was wrong with an input that has been read.
+void printWarnings(const AudioInput& input);
+
 // "peak -0.1 dBFS", or "silent". peak: full scale at 1.0.
 std::string describePeak(double peak);

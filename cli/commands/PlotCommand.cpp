@@ -55,7 +55,8 @@ Measurement measure(AudioInput& input, const RenderSettings& settings)
     Measurement measured{rate, frames, {}, {}, Spectrogram(rate, frames, kColumns), 0.0};
     std::int64_t n = 0;
     const auto addInput = [&](std::span<const double> samples) {
-        for (const double sample : samples) {
+        for (const double read : samples) {
+            const double sample = std::isfinite(read) ? read : 0.0;
             const auto column =
                 static_cast<std::size_t>(std::min<std::int64_t>(n++ * kColumns / frames, kColumns - 1));
             measured.lowest[column] = std::min(measured.lowest[column], sample);
@@ -126,7 +127,7 @@ void run(const PlotCommand& command)
 
     Picture picture(kWidth, kHeight);
     const double width = picture.text(kWaveform.right(), 30.0, summary, 12.0, Picture::Align::kRight);
-    picture.text(kWaveform.x, 30.0, input.path().filename().string() + " through Wail", 19.0,
+    picture.text(kWaveform.x, 30.0, fs::path(input.name()).filename().string() + " through Wail", 19.0,
                  Picture::Align::kLeft, kWaveform.width - width - 20.0);
     const std::string automation =
         settings.automation ? " --automation " + settings.automation->path().filename().string() : "";
@@ -140,6 +141,7 @@ void run(const PlotCommand& command)
     output.commit();
     if (!command.quiet)
         printLine(stdout, fmt::format("{}: {}", output.name(), summary));
+    printWarnings(input);
 }
 
 constexpr const char* kExamples = R"(Examples:

@@ -33,6 +33,8 @@ void show(const PresetCommand& command)
 {
     const HostedEffect effect;
     for (const std::string& file : command.files) {
+        if (file.empty())
+            throw UsageError("FILE is empty; name a preset or a file");
         if (lowerCase(fs::path(file).extension()) != ".fxb") {
             printLine(stdout, describe(readPreset(file, effect)));
             continue;

@@ -31,19 +31,17 @@ struct Job {
     fs::path output;
 };
 
-std::string plural(std::int64_t number, const std::string& noun)
-{
-    return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
-}
-
 fs::path outputFor(const RenderCommand& command, const fs::path& input)
 {
     if (command.output)
         return *command.output;
     if (input == "-")
         return "-";
+    std::error_code ignored;
+    if (isStream(input) && !fs::is_directory(input, ignored))
+        throw UsageError("{} is a pipe; name its output with --output", input.string());
     SF_INFO info{};
-    if (!isStream(input))
+    if (fs::is_regular_file(input, ignored))
         SoundFile(sf_open(input.c_str(), SFM_READ, &info), sf_close);
     const std::string extension = outputExtension(input, info.format, command.format);
     if (command.outputFolder)
@@ -73,8 +71,10 @@ std::vector<Job> planJobs(const RenderCommand& command)
     std::error_code none;
     for (const fs::path& input : command.inputs) {
         const fs::path output = outputFor(command, input);
+        const fs::path written = output == "-" ? "/dev/stdout" : output;
         for (const fs::path& other : command.inputs)
-            if (!isStream(output) && fs::equivalent(output, other == "-" ? "/dev/stdin" : other, none))
+            if (fs::is_regular_file(written, none) &&
+                fs::equivalent(written, other == "-" ? "/dev/stdin" : other, none))
                 throw Error("cannot write {}: it is the input; choose another name", output.string());
         if (!outputs.insert(fs::weakly_canonical(output, none)).second)
             throw Error(
@@ -93,11 +93,7 @@ double gainWithoutClipping(double peak)
 
 void printWarnings(const AudioInput& input, const AudioOutput& output, double peakWithoutGain)
 {
-    if (input.wasCutOff())
-        printLine(stderr, fmt::format("warning: {} ends before the length in its header", input.name()));
-    if (input.nonFiniteSamples() > 0)
-        printLine(stderr, fmt::format("warning: {} holds {} not finite", input.name(),
-                                      plural(input.nonFiniteSamples(), "sample")));
+    printWarnings(input);
     if (output.clippedSamples() > 0)
         printLine(stderr, fmt::format("warning: {}: {} clipped at full scale; --gain {:.1f} would avoid it",
                                       output.name(), plural(output.clippedSamples(), "sample"),
@@ -125,6 +121,9 @@ void renderJob(const RenderCommand& command, const Job& job, const RenderSetting
     }
     const RenderResult result =
         render(input, settings, {.input = {}, .output = [&](auto samples) { output.write(samples); }});
+    if (result.frames == 0)
+        throw Error("cannot render {}: it holds no audio there; choose another --start or --duration",
+                    input.name());
     output.commit();
 
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;

@@ -12,7 +12,7 @@ std::string lettersOf(const std::string& name)
 {
     std::string letters;
     for (const unsigned char c : name)
-        if (std::isalpha(c))
+        if (std::isalnum(c))
             letters += static_cast<char>(std::tolower(c));
     return letters;
 }

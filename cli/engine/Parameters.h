@@ -29,7 +29,7 @@ inline constexpr std::array<ParameterOption, 7> kParameterOptions{{
 // Values by parameter index, normalised to 0 .. 1.
 using ParameterSettings = std::map<VstInt32, float>;
 
-// The index of a parameter. Only the letters of the name count: "On/Off", "on-off" and "onoff" are the same.
+// The index of a parameter. Only letters and digits of the name count: "On/Off", "on-off" and "onoff" are the same.
 // Throws Error with the names.
 VstInt32 parameterIndex(const std::string& name);
 

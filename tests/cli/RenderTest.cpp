@@ -170,6 +170,9 @@ TEST_F(Render, ReadsAndWritesPipes)
             EXPECT_EQ(read("out.wav"), read("in.wav"));
         }
     }
+    std::string bytes = contentOf("in.wav");
+    std::ofstream("x.wav") << bytes.replace(bytes.find("data") + 4, 4, std::string("\0\0\0\xb0", 4));
+    expectFailure(1, "$W render x.wav -o out.wav", "ends before the length in its header");
     // A header that promises more than the pipe holds; FLAC loses up to a block where it is cut.
     for (const std::string file : {"in.wav", "once.flac"}) {
         run("head -c $(($(stat -c %s " + file + ") / 2)) " + file + " | $W render - -o out.wav --gain -20");
@@ -233,6 +236,16 @@ TEST_F(Render, CarriesMetadataAsFarAsTheContainersCan)
         const std::vector<double> input = read("in.wav");
         EXPECT_EQ(read(output), std::vector(input.begin() + (isLater ? 6 * 4410 : 0), input.end()));
     }
+    // The header of a pipe has them too, and what FLAC implies of its channels is not lost.
+    run("$W render in.wav -o - --on-off off | $W render - -o piped.wav --on-off off; "
+        "$W render out.flac -o surround.wav --on-off off");
+    EXPECT_STREQ(SndfileHandle("piped.wav").getString(SF_STR_TITLE), "Caf\xc3\xa9");
+    for (const char* const output : {"piped.wav", "surround.wav"}) {
+        EXPECT_EQ(read(output), read("in.wav")) << output;
+        int found[6] = {};
+        SndfileHandle(output).command(SFC_GET_CHANNEL_MAP_INFO, found, sizeof found);
+        EXPECT_TRUE(std::ranges::equal(found, layout)) << output;
+    }
 }
 
 TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
@@ -262,8 +275,9 @@ TEST_F(Render, FailsWithOneLineAndLeavesNothingBehind)
     EXPECT_EQ(shell("cp in.wav a.wav; cp in.wav b.wav; $W render a.wav text.wav b.wav --output-dir done "
                     "--format flac"),
               1);
-    EXPECT_EQ(contentOf("err"), "error: cannot read text.wav as audio: Format not recognised\n"
-                                "error: 1 of 3 files were not rendered\n");
+    EXPECT_EQ(contentOf("err"),
+              "error: cannot read text.wav as audio: Format not recognised; convert it to WAV or FLAC first\n"
+              "error: 1 of 3 files were not rendered\n");
     EXPECT_EQ(read("done/a.flac"), read("done/b.flac"));
     EXPECT_FALSE(fs::exists("done/text.flac"));
 }
@@ -287,9 +301,9 @@ TEST_F(Render, CleansUpWhenItIsInterruptedOrTheDiskIsFull)
                   status);
         expectOutputUntouched();
     }
-    run(wait +
-        "trap '' HUP; $W render pipe -o done.wav 3>&- & sleep 0.3; kill -HUP $!; tail -c +20001 in.wav >&3; "
-        "exec 3>&-; wait $!");
+    run(wait + "trap '' HUP; $W render pipe -o done.wav 3>&- & sleep 0.3; kill -HUP $!; tail -c +20001 "
+               "in.wav >&3; "
+               "exec 3>&-; wait $!");
     EXPECT_EQ(read("done.wav").size(), 20000u);
 }
 
@@ -298,7 +312,8 @@ TEST_F(Render, ReplacesOutputsAsTheirOwnersExpect)
     write("in.wav", noise(1000, 0.1), 1, k16Bits);
     EXPECT_THAT(
         run("umask 027; $W render in.wav -o new.wav; echo old >old.wav; chmod 604 old.wav; ln -s old.wav "
-            "link.wav; ln -s ../${PWD##*/}/target.wav dangling.wav; $W render in.wav -o link.wav; $W render "
+            "link.wav; ln -s ../${PWD##*/}/target.wav dangling.wav; $W render in.wav -o link.wav; $W "
+            "render "
             "in.wav -o dangling.wav; cmp new.wav old.wav; cmp new.wav target.wav; "
             "stat -c '%n %a %F' new.wav old.wav link.wav target.wav dangling.wav"),
         testing::EndsWith("new.wav 640 regular file\nold.wav 604 regular file\nlink.wav 777 symbolic link\n"
