@@ -145,6 +145,10 @@ bool OutputFile::write(std::span<const char> bytes)
 
 void OutputFile::flush() noexcept
 {
+    constexpr std::size_t kFirstBytes =
+        512;  // go together, since programs tell the format by what comes first
+    if (end == std::ssize(waiting) && waiting.size() < kFirstBytes)
+        return;
     writeNow(waiting, 0);
     waiting.clear();
 }
@@ -174,7 +178,7 @@ void OutputFile::check() const
 
 void OutputFile::commit()
 {
-    flush();
+    writeNow(waiting, 0);
     check();
     if (seekable)
         lseek(descriptor, origin + end, SEEK_SET);  // later writers to standard output append
