@@ -145,8 +145,7 @@ bool OutputFile::write(std::span<const char> bytes)
 
 void OutputFile::flush() noexcept
 {
-    constexpr std::size_t kFirstBytes =
-        512;  // go together, since programs tell the format by what comes first
+    constexpr std::size_t kFirstBytes = 512;  // go together: programs guess the format from them
     if (end == std::ssize(waiting) && waiting.size() < kFirstBytes)
         return;
     writeNow(waiting, 0);
