@@ -31,8 +31,8 @@ public:
     // Clears the delay line.
     void resume() override;
 
-    // Hz, kMinSampleRate .. kMaxSampleRate. A new rate starts from silence, and all glides from 0. A rate
-    // out of range, the rate in force, and one for which there is no memory change nothing. The base's own
+    // Hz, kMinSampleRate .. kMaxSampleRate. A new rate starts from silence, and all glides from 0. The call
+    // does nothing if the rate is out of range or already in force, or if memory runs out. The base's own
     // rate, which its text helpers use, stays 44.1 kHz.
     void setSampleRate(float newSampleRate) override;
 

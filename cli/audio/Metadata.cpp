@@ -18,7 +18,7 @@ bool command(SNDFILE* sound, int number, Item& item)
     return sf_command(sound, number, &item, sizeof item) == SF_TRUE;
 }
 
-// Of AIFF, libsndfile takes all texts and writes some.
+// Returns false if a text was lost. For AIFF libsndfile accepts all texts, but writes only these four.
 bool copyTexts(SNDFILE* from, SNDFILE* to, bool isAiff)
 {
     bool complete = true;

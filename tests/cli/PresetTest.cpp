@@ -82,7 +82,7 @@ TEST_F(Preset, DamagedAndForeignFilesAreRefused)
     expectFailures("damaged-presets.txt",
                    "with() { { head -c $2 $1; printf \"$3\"; tail -c +$(($2 + 1 + $(printf "
                    "\"$3\" | wc -c))) $1; } >bad.${1##*.}; $W preset show bad.${1##*.}; }; ");
-    // There is no third program, and format 1 has no program in use: the first one is meant.
+    // Where the program in use does not exist (the third of two) or is not stored (format 1), the first is taken.
     for (const auto& [format, current] : {std::pair(2u, 2u), {1u, 1u}}) {
         std::string odd = bank(program("A", 0.1f), good);
         std::ofstream("odd.fxb") << odd.replace(12, 4, number(format)).replace(28, 4, number(current));
